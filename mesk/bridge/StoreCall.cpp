@@ -1,0 +1,11 @@
+#include <mesk/bridge/StoreCall.h>
+
+namespace mesk {
+
+int StoreCall::finish(int emptyCode) {
+  if (code_ == emptyCode) return 0;
+  if (reached_ && code_ != 0) sqlCode_ = exception_.getSQLCode(ctx_);
+  return code_;
+}
+
+}  // namespace mesk

@@ -1,0 +1,78 @@
+// How a Java collection or array becomes an array of new objects for the caller.
+#pragma once
+
+#include <new>
+
+#include <mesk/bridge/StoreCall.h>
+
+namespace mesk {
+
+/// Store codes that mean that there was nothing to list.
+inline constexpr int kNothingInHome = 30013;
+inline constexpr int kNothingRelated = 30014;
+inline constexpr int kNoEmptyCode = 0;
+
+/// How a list's elements are fetched.
+enum class ListForm { sizeAndGet, toArray };
+
+/// Reads the elements of `collection` into a new array, one `make(element)` each; `make` gets an owned local
+/// reference. Missing methods leave `items` null and `count` 0.
+template <class Element, class Make>
+void readCollection(ThreadContext& ctx, LocalRef<>& collection, Element*& items, int& count, Make make) {
+  JNIEnv* const env = ctx.env;
+  const LocalRef<jclass> cls(env, env->GetObjectClass(collection.get()));
+  const jmethodID size = env->GetMethodID(cls.get(), "size", "()I");
+  const jmethodID get = size == nullptr ? nullptr : env->GetMethodID(cls.get(), "get", "(I)Ljava/lang/Object;");
+  if (get == nullptr) return;
+  count = invoke<jint>(ctx, collection.get(), size);
+  if (count < 1) return;
+  items = new (std::nothrow) Element[static_cast<std::size_t>(count)];
+  if (items == nullptr) {
+    count = 0;
+    return;
+  }
+  for (jint i = 0; i < count; ++i) items[i] = make(invoke<LocalRef<>>(ctx, collection.get(), get, i));
+}
+
+/// As `readCollection`, through the collection's `toArray`.
+template <class Element, class Make>
+void readArray(ThreadContext& ctx, LocalRef<>& collection, Element*& items, int& count, Make make) {
+  JNIEnv* const env = ctx.env;
+  const LocalRef<jclass> cls(env, env->GetObjectClass(collection.get()));
+  const jmethodID toArray = env->GetMethodID(cls.get(), "toArray", "()[Ljava/lang/Object;");
+  if (toArray == nullptr) return;
+  const auto array = invoke<LocalRef<jobjectArray>>(ctx, collection.get(), toArray);
+  if (!array) return;
+  count = env->GetArrayLength(array.get());
+  if (count < 1) return;
+  items = new (std::nothrow) Element[static_cast<std::size_t>(count)];
+  if (items == nullptr) {
+    count = 0;
+    return;
+  }
+  for (jint i = 0; i < count; ++i) items[i] = make(LocalRef<>(env, env->GetObjectArrayElement(array.get(), i)));
+}
+
+/// A list of store objects: calls `name` of `target`, wraps each element in a new `Wrapper` and gives the caller
+/// the array. `emptyCode` counts as success. Wrappers that could not be allocated are null.
+template <class Wrapper, class... Arguments>
+int retrieveWrappers(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, ListForm form,
+                     int emptyCode, Wrapper**& items, int& count, int& sqlCode, Arguments... arguments) {
+  items = nullptr;
+  count = 0;
+  StoreCall call(ctx, sqlCode);
+  {
+    auto collection = call.invoke<LocalRef<>>(target, name, signature, arguments...);
+    if (call.code() == 0 && collection) {
+      const auto wrap = [&](const LocalRef<>& element) { return new (std::nothrow) Wrapper(ctx, element.get()); };
+      if (form == ListForm::sizeAndGet) {
+        readCollection(ctx, collection, items, count, wrap);
+      } else {
+        readArray(ctx, collection, items, count, wrap);
+      }
+    }
+  }
+  return call.finish(emptyCode);
+}
+
+}  // namespace mesk
