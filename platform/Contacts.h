@@ -27,3 +27,20 @@ MESK_PLATFORM_API int getAllContactNamesInGroup(std::uint32_t version, ContactGr
                                                 ContactSqlca* sqlca);
 
 }  // extern "C"
+
+namespace mesk {
+
+/// What `ContactSqlca::sqlCode` says.
+enum ContactResult : std::int32_t {
+  kContactsOk = 0,
+  kContactGroupUnknown = -1,  ///< no such group
+  kContactsUnreadable = -2,   ///< no contacts file is named, or it cannot be read
+  kContactsBadRequest = -3,   ///< an argument is null, or the version is unknown
+};
+
+/// Names the file with the contact groups; null goes back to the one that the environment variable
+/// MESK_CONTACTS names. It is read anew by each request. A line is `group: contact, contact`; several
+/// lines of one group add up, `#` starts a comment. Names are in the process code page. Any thread.
+MESK_PLATFORM_API void setContactsFile(const char* path);
+
+}  // namespace mesk

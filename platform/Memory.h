@@ -18,3 +18,26 @@ MESK_PLATFORM_API void* _ossMemAlloc(std::size_t bytes, std::uint32_t flags, std
 MESK_PLATFORM_API void _ossMemFree(void* block, const char* source, std::uint32_t line);
 
 }  // extern "C"
+
+namespace mesk {
+
+/// A block that was allocated and not yet freed.
+struct LiveBlock {
+  const void* address;
+  std::size_t bytes;
+  const char* source;
+  std::uint32_t line;
+};
+
+using LiveBlockCallback = void (*)(const LiveBlock& block, void* context);
+
+/// Calls `callback` (null: nobody) for each live block, in no order, and answers their number. Blocks are
+/// counted in builds with assertions only; without them the answer is 0. With MESK_MEMORY_REPORT=1 in the
+/// environment such a build lists the blocks that outlived the process on the standard error stream. The
+/// callback must not allocate or free here. Any thread.
+MESK_PLATFORM_API std::size_t reportLiveBlocks(LiveBlockCallback callback, void* context);
+
+/// Lets the `n`-th allocation of the calling thread from now on fail, 1 being the next; 0 lets none fail.
+MESK_PLATFORM_API void failAllocation(unsigned n);
+
+}  // namespace mesk
