@@ -1,0 +1,89 @@
+#include <scheduler/RunDirectory.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/inotify.h>
+#include <sys/pidfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <scheduler/Files.h>
+
+namespace mesk::host {
+
+namespace {
+
+bool isHeld(int lock) {
+  if (::flock(lock, LOCK_SH | LOCK_NB) == 0) {
+    ::flock(lock, LOCK_UN);
+    return false;
+  }
+  return errno == EWOULDBLOCK;
+}
+
+pid_t signedBy(int lock) {
+  char text[32];
+  const ssize_t count = ::pread(lock, text, sizeof text, 0);
+  pid_t pid = 0;
+  // Without its line end the number may be half written.
+  if (count > 0 && text[count - 1] == '\n') std::from_chars(text, text + count, pid);
+  return pid;
+}
+
+}  // namespace
+
+RunDirectory::RunDirectory(std::string path) : path_(std::move(path)) {}
+
+RunnerState RunDirectory::inspect() const {
+  const std::string lockPath = path_ + "/lock";
+  const UniqueFd lock(::open(lockPath.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!lock) return RunnerVanished{lockPath + ": " + std::generic_category().message(errno)};
+
+  // Watched before the first look, so that a signature after it is not missed.
+  const UniqueFd changes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+  ::inotify_add_watch(changes.get(), lockPath.c_str(), IN_MODIFY | IN_CLOSE_WRITE);
+  while (isHeld(lock.get())) {
+    const pid_t pid = signedBy(lock.get());
+    if (pid > 0) {
+      UniqueFd ended(::pidfd_open(pid, 0));
+      // Still held after the process was taken hold of: it is the runner and not a later namesake.
+      if (ended && isHeld(lock.get())) return RunnerAlive{pid, std::move(ended)};
+      if (!ended && errno != ESRCH) return RunnerAlive{};
+      continue;
+    }
+    struct pollfd wait = {changes.get(), POLLIN, 0};
+    if (::poll(&wait, 1, kSignPatienceMillis) == 0) return RunnerAlive{};
+    char events[4096];
+    while (::read(changes.get(), events, sizeof events) > 0) {
+    }
+  }
+
+  // The lock is free for good, so the status stands, if there is one: it was written under the lock.
+  try {
+    return RunnerFinished{RunStatus::fromJson(readFile(path_ + "/status.json"))};
+  } catch (const std::exception& none) {
+    return RunnerVanished{none.what()};
+  }
+}
+
+std::string RunDirectory::output(std::size_t limit) const {
+  const UniqueFd file(::open((path_ + "/output").c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file) return {};
+  const off_t size = ::lseek(file.get(), 0, SEEK_END);
+  if (size <= 0) return {};
+  std::string bytes(std::min(limit, static_cast<std::size_t>(size)), '\0');
+  const ssize_t count = ::pread(file.get(), bytes.data(), bytes.size(), size - static_cast<off_t>(bytes.size()));
+  bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  return bytes;
+}
+
+void RunDirectory::remove() const { std::filesystem::remove_all(path_); }
+
+}  // namespace mesk::host

@@ -1,0 +1,130 @@
+// The cycle: first due execution, claim, run, record, next execution by the rule.
+//
+// Each step is one transaction, and the queue in memory follows what was committed. So a scheduler may die
+// anywhere: what it had claimed has a history record, and the next scheduler ends that record, once.
+//
+//   queued --claim--> running --finished--> history says succeeded, failed or timed out; the execution is gone
+//      |                 |---finished badly, retries left--> queued again, with the same history record
+//      |                 '---scheduler and runner gone--> history says interrupted
+//      '--a later instant of the rule passed too, and the task wants no replay--> history says missed
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <mesk/queue/MDTaskExec.h>
+#include <mesk/queue/MDTaskExecList.h>
+#include <mesk/schedule/MDScheduleEventType.h>
+#include <mesk/tasks/MDTask.h>
+#include <scheduler/RunLauncher.h>
+#include <scheduler/RunOptions.h>
+#include <scheduler/Session.h>
+
+namespace mesk::host {
+
+/// How a run stands, in its history record.
+enum RunningStatus : int {
+  kRunRunning = 1,
+  kRunSucceeded = 2,
+  kRunFailed = 3,
+  kRunMissed = 4,       ///< its instant passed and it was not started
+  kRunInterrupted = 5,  ///< scheduler and runner died while it ran
+  kRunWaiting = 6,      ///< failed, and will be tried again
+  kRunTimeUp = 7,       ///< ended because its time was up
+};
+
+const char* textOf(RunningStatus status);
+
+/// How an execution stands in the queue.
+enum ExecutionStatus : int { kExecQueued = 1, kExecRunning = 2 };
+
+/// Return codes of runs that never had one of a script; clear of those of `RunCode`.
+enum : int { kReturnMissed = -520, kReturnInterrupted = -521 };
+
+/// Not for sharing between threads; one in a process, because the queue is.
+class Scheduler {
+ public:
+  struct Options {
+    std::size_t limit = 4;  ///< runs at once
+  };
+  /// What people may want to know, a line each.
+  using Report = std::function<void(const std::string&)>;
+
+  Scheduler(Session& session, RunLauncher& launcher, Options options, Report report);
+  ~Scheduler();
+  Scheduler(const Scheduler&) = delete;
+  Scheduler& operator=(const Scheduler&) = delete;
+
+  /// Fills the queue from the store and settles what an earlier scheduler left running: adopts it when it is
+  /// alive, records it when it ended, records it as interrupted when it is gone. Also the way back after a
+  /// failure of the store.
+  void load();
+
+  /// Takes over what other processes changed in the store.
+  void refresh();
+
+  /// Claims and starts what is due, as far as the limit allows.
+  void startDue();
+
+  /// An attempt has ended. Unknown ones are ignored.
+  void finished(const AttemptID& id, const RunStatus& status);
+
+  /// The runner of an attempt ended without a word.
+  void vanished(const AttemptID& id, const std::string& why);
+
+  /// When `startDue` next has work, in milliseconds; nothing when the queue has none or the limit is reached.
+  std::optional<std::int64_t> nextDue();
+
+  std::size_t running() const { return active_.size(); }
+
+  /// Removes the history of all tasks that started before `millis`.
+  void prune(std::int64_t millis);
+
+ private:
+  struct Active {
+    long long taskExecID;
+    long long taskID;
+    int suffix;
+  };
+  struct Start {
+    AttemptID id;
+    RunRequest request;
+    std::string refusal;  ///< why it cannot even be tried
+  };
+
+  MDTaskExecList& queue() { return *MDTaskExecList::getInstance(); }
+  std::optional<std::int64_t> nextStart(const MDTaskExec& exec);
+  std::unique_ptr<MDTask> task(const MDTaskExec& exec);
+  bool isActive(const MDTaskExec& exec) const;
+
+  void begin(long long taskExecID, std::int64_t now);
+  std::optional<Start> claim(MDTaskExec& exec, std::int64_t now);
+  bool passOver(MDTaskExec& exec, MDTask& task, const RunOptions& options, std::int64_t now);
+  void recordMissed(MDTaskExec& exec, MDTask& task, std::int64_t instant, const std::string& why);
+  long long claimInstant(MDTaskExec& exec);
+  void insertHistory(MDTaskExec& exec, MDTask& task, long long run, RunningStatus status, std::int64_t start);
+  Start request(MDTaskExec& exec, MDTask& task, const RunOptions& options, const AttemptID& id);
+  void launch(const Start& start, const MDTaskExec& exec);
+  void recover(MDTaskExec& exec);
+
+  void record(const AttemptID& id, const RunStatus& status, RunningStatus outcome, const std::string& output);
+  bool queueRetry(MDTaskExec& exec, MDTask& task, const AttemptID& id, const RunStatus& status);
+  std::optional<std::int64_t> nextAfter(MDTaskExec& exec, std::int64_t instant);
+  void queueNext(MDTaskExec& exec, std::int64_t instant);
+  int rescheduleStatus(MDTaskExec& exec);
+  void updateTask(MDTask& task);
+
+  Session& session_;
+  RunLauncher& launcher_;
+  Options options_;
+  Report report_;
+  std::unique_ptr<MDScheduleEventType> rules_;
+  std::map<AttemptID, Active> active_;
+};
+
+}  // namespace mesk::host

@@ -1,0 +1,103 @@
+// A program's session with the store, on the library's exported surface.
+#pragma once
+
+#include <jni.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <mesk/bridge/ThreadContext.h>
+#include <mesk/values/SCTimestamp.h>
+#include <scheduler/ExitCodes.h>
+#include <scheduler/StoreAddress.h>
+
+namespace mesk::host {
+
+/// Connected from construction to destruction, with auto-commit off. One thread. What goes wrong is thrown
+/// as HostError or StoreError.
+class Session {
+ public:
+  explicit Session(const StoreAddress& address);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  ThreadContext& ctx() { return ctx_; }
+  jobject context() { return context_; }
+  const StoreAddress& address() const { return address_; }
+
+  /// The name under which this process works on the store.
+  const std::string& user() const { return user_; }
+
+  /// Throws StoreError unless `code` is 0. A Java exception that the failed operation left pending is
+  /// taken off the thread and told.
+  void check(int code, int sqlCode, const std::string& what);
+
+  /// As `check`, but the code `allowed` is fine too; answers whether the code was 0.
+  bool checkUnless(int allowed, int code, int sqlCode, const std::string& what);
+
+  void commit();
+  void rollback();
+
+  /// Does `work` and commits. When somebody else changed a record meanwhile, everything is rolled back
+  /// and `work`, which reads what it changes, is done again; any other failure rolls back and is thrown on.
+  template <class Work>
+  void transact(Work work) {
+    for (int attempt = 1;; ++attempt) {
+      try {
+        work();
+        commit();
+        return;
+      } catch (const StoreError& error) {
+        rollback();
+        if (error.code() != kStoreChanged || attempt == kAttempts) throw;
+      } catch (...) {
+        rollback();
+        throw;
+      }
+    }
+  }
+
+  /// Milliseconds of an owned timestamp, which is deleted; nothing for null.
+  std::optional<std::int64_t> millis(SCTimestamp* owned);
+
+  /// A timestamp to pass to a setter.
+  SCTimestamp timestamp(std::int64_t millis) { return {ctx_, static_cast<long long>(millis)}; }
+
+ private:
+  static constexpr int kAttempts = 5;
+  std::string takeJavaError();
+
+  StoreAddress address_;
+  std::string user_;
+  ThreadContext ctx_;
+  jobject context_ = nullptr;
+};
+
+/// The native text of an owned string, which is deleted; empty for null.
+std::string text(char* owned);
+
+/// The objects of a list, owned, from the array that an operation handed out.
+template <class T>
+std::vector<std::unique_ptr<T>> owned(T** items, int count) {
+  const std::unique_ptr<T*[]> array(items);
+  std::vector<std::unique_ptr<T>> result;
+  for (int i = 0; i < count; ++i) result.emplace_back(items[i]);
+  return result;
+}
+
+/// Wraps the local reference that an operation handed out and deletes it; null for null. `arguments` are the
+/// further arguments of the wrapping constructor.
+template <class T, class... Arguments>
+std::unique_ptr<T> wrapped(ThreadContext& ctx, jobject local, Arguments... arguments) {
+  if (local == nullptr) return nullptr;
+  auto result = std::make_unique<T>(ctx, arguments..., local);
+  ctx.env->DeleteLocalRef(local);
+  return result;
+}
+
+}  // namespace mesk::host
