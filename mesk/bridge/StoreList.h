@@ -2,6 +2,7 @@
 #pragma once
 
 #include <new>
+#include <type_traits>
 
 #include <mesk/bridge/StoreCall.h>
 
@@ -15,23 +16,39 @@ inline constexpr int kNoEmptyCode = 0;
 /// How a list's elements are fetched.
 enum class ListForm { sizeAndGet, toArray };
 
+/// The elements of a java.util.Collection that has `get`. Missing methods leave it empty.
+class Elements {
+ public:
+  Elements(ThreadContext& ctx, jobject collection) : ctx_(ctx), collection_(collection) {
+    const LocalRef<jclass> cls(ctx.env, ctx.env->GetObjectClass(collection));
+    const jmethodID size = ctx.env->GetMethodID(cls.get(), "size", "()I");
+    get_ = size == nullptr ? nullptr : ctx.env->GetMethodID(cls.get(), "get", "(I)Ljava/lang/Object;");
+    if (get_ != nullptr) count_ = invoke<jint>(ctx, collection, size);
+  }
+
+  int count() const { return count_; }
+  LocalRef<> at(int i) const { return invoke<LocalRef<>>(ctx_, collection_, get_, jint{i}); }
+
+ private:
+  ThreadContext& ctx_;
+  jobject collection_;
+  jmethodID get_;
+  int count_ = 0;
+};
+
 /// Reads the elements of `collection` into a new array, one `make(element)` each; `make` gets an owned local
 /// reference. Missing methods leave `items` null and `count` 0.
 template <class Element, class Make>
 void readCollection(ThreadContext& ctx, LocalRef<>& collection, Element*& items, int& count, Make make) {
-  JNIEnv* const env = ctx.env;
-  const LocalRef<jclass> cls(env, env->GetObjectClass(collection.get()));
-  const jmethodID size = env->GetMethodID(cls.get(), "size", "()I");
-  const jmethodID get = size == nullptr ? nullptr : env->GetMethodID(cls.get(), "get", "(I)Ljava/lang/Object;");
-  if (get == nullptr) return;
-  count = invoke<jint>(ctx, collection.get(), size);
+  const Elements elements(ctx, collection.get());
+  count = elements.count();
   if (count < 1) return;
   items = new (std::nothrow) Element[static_cast<std::size_t>(count)];
   if (items == nullptr) {
     count = 0;
     return;
   }
-  for (jint i = 0; i < count; ++i) items[i] = make(invoke<LocalRef<>>(ctx, collection.get(), get, i));
+  for (int i = 0; i < count; ++i) items[i] = make(elements.at(i));
 }
 
 /// As `readCollection`, through the collection's `toArray`.
@@ -53,6 +70,17 @@ void readArray(ThreadContext& ctx, LocalRef<>& collection, Element*& items, int&
   for (jint i = 0; i < count; ++i) items[i] = make(LocalRef<>(env, env->GetObjectArrayElement(array.get(), i)));
 }
 
+/// A new `Wrapper` of `element`, null when out of memory. Of the two references that some wrapping constructors
+/// take, one is ignored, and not the same one everywhere: the element stands in both places.
+template <class Wrapper>
+Wrapper* newWrapper(ThreadContext& ctx, jobject element) {
+  if constexpr (std::is_constructible_v<Wrapper, ThreadContext&, jobject>) {
+    return new (std::nothrow) Wrapper(ctx, element);
+  } else {
+    return new (std::nothrow) Wrapper(ctx, element, element);
+  }
+}
+
 /// A list of store objects: calls `name` of `target`, wraps each element in a new `Wrapper` and gives the caller
 /// the array. `emptyCode` counts as success. Wrappers that could not be allocated are null.
 template <class Wrapper, class... Arguments>
@@ -64,7 +92,7 @@ int retrieveWrappers(ThreadContext& ctx, const MDObject& target, const char* nam
   {
     auto collection = call.invoke<LocalRef<>>(target, name, signature, arguments...);
     if (call.code() == 0 && collection) {
-      const auto wrap = [&](const LocalRef<>& element) { return new (std::nothrow) Wrapper(ctx, element.get()); };
+      const auto wrap = [&](const LocalRef<>& element) { return newWrapper<Wrapper>(ctx, element.get()); };
       if (form == ListForm::sizeAndGet) {
         readCollection(ctx, collection, items, count, wrap);
       } else {

@@ -18,7 +18,7 @@ class MESK_API MDTaskSnapshotType : public MDObject {
   /// the home's own class.
   jobject retrieve(ThreadContext& ctx, jobject context, long long taskID, int suffix, int& rc, int& sqlCode);
 
-  /// The latest of all tasks, as `retrieve`. A null `context` gives -300.
+  /// The latest snapshot that the store has, as `retrieve`. A null `context` gives -300.
   MESK_LOCAL jobject retrieveLatestSnapshot(ThreadContext& ctx, jobject context, int& rc, int& sqlCode);
 
   /// The snapshots of one task. Code 30013 of the store is an empty list.
