@@ -1,6 +1,8 @@
 // One execution of a task: pending, running or just started.
 #pragma once
 
+#include <cstdint>
+
 #include <mesk/bridge/MDObject.h>
 #include <platform/Latch.h>
 
@@ -25,7 +27,8 @@ class MESK_API MDTaskExec : public MDObject {
   /// The record of one step of a grouping task, with status 3 and without a schedule rule, in `out`; and its task
   /// marked as running, with its next start refreshed, stored and committed under `MDTask::lockAll`.
   /// `start` (may be null) becomes both start times. A `parent` (may be null) gives user, password and, when it was
-  /// started by run now, its options; `password` (may be null) comes before the parent's.
+  /// started by run now, its options; `password`, when not null, stands in for the parent's, and without a parent is
+  /// not used.
   /// Answers the code of the last store operation made. `out` is null when no record was made; the caller deletes
   /// it and inserts it into store and queue. The caller must not hold the queue's latch.
   static int newStep(ThreadContext& ctx, jobject context, long long taskExecID, long long taskID, int suffix,
@@ -165,8 +168,8 @@ class MESK_API MDTaskExec : public MDObject {
   static OSSLatch* lockAllData;  ///< null until the first use
 
  private:
-  MESK_LOCAL int logged(ThreadContext& ctx, unsigned function, int code, int sqlCode) const;
-  MESK_LOCAL void fillStep(ThreadContext& ctx, jobject context, MDTaskExec& parent, const char* password);
+  MESK_LOCAL int logged(ThreadContext& ctx, std::uint32_t function, int code, const int& sqlCode) const;
+  MESK_LOCAL void inherit(ThreadContext& ctx, jobject context, const MDTaskExec& parent, const char* password);
 
   OSSLatch latch_ = 0;
   int flag_ = 0;

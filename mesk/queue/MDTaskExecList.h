@@ -2,6 +2,10 @@
 #pragma once
 
 #include <jni.h>
+
+#include <atomic>
+#include <cstdint>
+
 #include <mesk/bridge/ThreadContext.h>
 #include <mesk/queue/TaskExecNode.h>
 #include <platform/Latch.h>
@@ -145,8 +149,7 @@ class MESK_API MDTaskExecList {
   friend class QueueProbe;  // the tests' view of the position
 
   template <class Match>
-  MESK_LOCAL TaskExecNode* find(Match match) const;
-  MESK_LOCAL TaskExecNode* firstQueued(ThreadContext& ctx) const;
+  MESK_LOCAL TaskExecNode* find(Match match);
   MESK_LOCAL TaskExecNode* placeFor(ThreadContext& ctx, const MDTaskExec& entry);
   MESK_LOCAL void linkBefore(TaskExecNode* place, MDTaskExec* entry, const Traced& trace);
   MESK_LOCAL MDTaskExec* unlink(TaskExecNode* node);
@@ -154,11 +157,11 @@ class MESK_API MDTaskExecList {
   MESK_LOCAL long long maximum(ThreadContext& ctx) const;
 
   OSSLatch latch_ = 0;
-  int size_ = 0;
+  std::atomic<std::int32_t> size_ = 0;  // read without the latch
   TaskExecNode head_;
   TaskExecNode tail_;
-  TaskExecNode* cursor_;   // an entry's node, the tail, or null for nowhere
-  TaskExecNode* current_;  // an entry's node or null
+  TaskExecNode* cursor_ = &tail_;    // an entry's node, the tail, or null for nowhere
+  TaskExecNode* current_ = nullptr;  // an entry's node or null
 
   MESK_LOCAL static MDTaskExecList* theInstance;
 };
