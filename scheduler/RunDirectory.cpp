@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/inotify.h>
-#include <sys/pidfd.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +14,7 @@
 #include <utility>
 
 #include <scheduler/Files.h>
+#include <scheduler/PidFd.h>
 
 namespace mesk::host {
 

@@ -6,7 +6,6 @@
 #include <poll.h>
 #include <pwd.h>
 #include <signal.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
@@ -29,6 +28,7 @@
 
 #include <scheduler/Files.h>
 #include <scheduler/OutputFile.h>
+#include <scheduler/PidFd.h>
 #include <scheduler/RunRecords.h>
 #include <scheduler/UniqueFd.h>
 

@@ -4,7 +4,6 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/file.h>
-#include <sys/pidfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 #include <utility>
 
 #include <scheduler/Files.h>
+#include <scheduler/PidFd.h>
 
 namespace mesk::host {
 

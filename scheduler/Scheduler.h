@@ -82,7 +82,7 @@ class Scheduler {
 
   std::size_t running() const { return active_.size(); }
 
-  /// Removes the history of all tasks that started before `millis`.
+  /// Removes the history of all runs that started before `millis` and have ended.
   void prune(std::int64_t millis);
 
  private:
@@ -104,7 +104,8 @@ class Scheduler {
 
   void begin(long long taskExecID, std::int64_t now);
   std::optional<Start> claim(MDTaskExec& exec, std::int64_t now);
-  bool passOver(MDTaskExec& exec, MDTask& task, const RunOptions& options, std::int64_t now);
+  enum class Turn { kRun, kWait, kSettled };
+  Turn passOver(MDTaskExec& exec, MDTask& task, const RunOptions& options, std::int64_t now);
   void recordMissed(MDTaskExec& exec, MDTask& task, std::int64_t instant, const std::string& why);
   long long claimInstant(MDTaskExec& exec);
   void insertHistory(MDTaskExec& exec, MDTask& task, long long run, RunningStatus status, std::int64_t start);
@@ -113,11 +114,17 @@ class Scheduler {
   void recover(MDTaskExec& exec);
 
   void record(const AttemptID& id, const RunStatus& status, RunningStatus outcome, const std::string& output);
-  bool queueRetry(MDTaskExec& exec, MDTask& task, const AttemptID& id, const RunStatus& status);
   std::optional<std::int64_t> nextAfter(MDTaskExec& exec, std::int64_t instant);
   void queueNext(MDTaskExec& exec, std::int64_t instant);
+  void queueRerun(MDTaskExec& exec, std::int64_t now);
+  void queueSuccessor(MDTaskExec& exec, std::int64_t start, bool scheduled);
   int rescheduleStatus(MDTaskExec& exec);
   void updateTask(MDTask& task);
+
+  /// A transaction that may put successors into the queue: when it fails, they are taken out again.
+  template <class Work>
+  void transact(Work work);
+  void dropSuccessors();
 
   Session& session_;
   RunLauncher& launcher_;
@@ -125,6 +132,7 @@ class Scheduler {
   Report report_;
   std::unique_ptr<MDScheduleEventType> rules_;
   std::map<AttemptID, Active> active_;
+  std::vector<long long> successors_;  ///< queued by the transaction that is under way
 };
 
 }  // namespace mesk::host

@@ -7,10 +7,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <mesk/bridge/ThreadContext.h>
+#include <mesk/tasks/MDTask.h>
 #include <mesk/values/SCTimestamp.h>
 #include <scheduler/ExitCodes.h>
 #include <scheduler/StoreAddress.h>
@@ -90,12 +92,24 @@ std::vector<std::unique_ptr<T>> owned(T** items, int count) {
   return result;
 }
 
-/// Wraps the local reference that an operation handed out and deletes it; null for null. `arguments` are the
-/// further arguments of the wrapping constructor.
-template <class T, class... Arguments>
-std::unique_ptr<T> wrapped(ThreadContext& ctx, jobject local, Arguments... arguments) {
+/// Whether the wrapping constructor of `T` takes a class before the object.
+template <class T>
+inline constexpr bool kClassFirst = false;
+template <>
+inline constexpr bool kClassFirst<MDTask> = true;
+
+/// Wraps the local reference that an operation handed out, and deletes it; null for null.
+template <class T>
+std::unique_ptr<T> wrapped(ThreadContext& ctx, jobject local) {
   if (local == nullptr) return nullptr;
-  auto result = std::make_unique<T>(ctx, arguments..., local);
+  std::unique_ptr<T> result;
+  if constexpr (std::is_constructible_v<T, ThreadContext&, jobject>) {
+    result = std::make_unique<T>(ctx, local);
+  } else if constexpr (kClassFirst<T>) {
+    result = std::make_unique<T>(ctx, nullptr, local);
+  } else {
+    result = std::make_unique<T>(ctx, local, nullptr);
+  }
   ctx.env->DeleteLocalRef(local);
   return result;
 }
