@@ -1,0 +1,172 @@
+package com.orvik.kelvo.mesk.admin;
+
+import com.orvik.kelvo.common.parl.api.Context;
+import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Operation;
+import com.orvik.kelvo.mesk.store.Principals;
+import com.orvik.kelvo.mesk.store.StoreCodes;
+import com.orvik.kelvo.mesk.store.StoreException;
+import java.sql.SQLException;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * Definitions that records cannot express. Each operation checks and writes in one step of the session's unit of work;
+ * the caller commits. Changes are for superusers and administrators, others are answered NOT_AUTHORISED; superusers
+ * are made and unmade by superusers only. Names are kept in capitals.
+ */
+public final class Administration {
+    private Administration() {
+    }
+
+    /** Makes a user; EXISTS when there is one of this name. */
+    public static void createUser(Context context, String name, boolean superuser, boolean admin,
+        PARLException exception) {
+        change(context, exception, database -> {
+            requireFor(database, context, superuser);
+            create(database, Principals.USER, name, superuser, admin);
+        });
+    }
+
+    /** Changes what a user may. The last superuser remains one: IN_USE. */
+    public static void changeUser(Context context, String name, boolean superuser, boolean admin,
+        PARLException exception) {
+        change(context, exception, database -> {
+            String user = existing(database, Principals.USER, name);
+            boolean was = Principals.isSuperuser(database, user);
+            requireFor(database, context, superuser || was);
+            if (was && !superuser) {
+                requireAnother(database, user);
+            }
+            database.sql().update("UPDATE principal SET superuser = ?, admin = ?, version = version + 1"
+                + " WHERE kind = ? AND name = ?", superuser, admin, Principals.USER, user);
+        });
+    }
+
+    /** Takes a user away with his rights and memberships. The last superuser stays: IN_USE. */
+    public static void deleteUser(Context context, String name, PARLException exception) {
+        change(context, exception, database -> {
+            String user = existing(database, Principals.USER, name);
+            if (Principals.isSuperuser(database, user)) {
+                requireFor(database, context, true);
+                requireAnother(database, user);
+            }
+            database.sql().update("DELETE FROM membership WHERE user_name = ?", user);
+            remove(database, Principals.USER, user);
+        });
+    }
+
+    /** Makes a group; EXISTS when there is one of this name. */
+    public static void createGroup(Context context, String name, PARLException exception) {
+        change(context, exception, database -> create(database, Principals.GROUP, name, false, false));
+    }
+
+    /** Takes a group away with its rights; its members stay. */
+    public static void deleteGroup(Context context, String name, PARLException exception) {
+        change(context, exception, database -> {
+            String group = existing(database, Principals.GROUP, name);
+            database.sql().update("DELETE FROM membership WHERE group_name = ?", group);
+            remove(database, Principals.GROUP, group);
+        });
+    }
+
+    /** Puts a user into a group; EXISTS when he is in it. */
+    public static void addMember(Context context, String group, String user, PARLException exception) {
+        change(context, exception, database -> {
+            String into = existing(database, Principals.GROUP, group);
+            String who = existing(database, Principals.USER, user);
+            if (database.sql().exists("SELECT 1 FROM membership WHERE user_name = ? AND group_name = ?", who, into)) {
+                throw new StoreException(StoreCodes.EXISTS, who + " is a member of " + into);
+            }
+            database.sql().update("INSERT INTO membership (user_name, group_name) VALUES (?, ?)", who, into);
+        });
+    }
+
+    /** Takes a user out of a group; NOT_FOUND when he is not in it. */
+    public static void removeMember(Context context, String group, String user, PARLException exception) {
+        change(context, exception, database -> {
+            int removed = database.sql().update("DELETE FROM membership WHERE user_name = ? AND group_name = ?",
+                Principals.required(user), Principals.required(group));
+            if (removed == 0) {
+                throw new StoreException(StoreCodes.NOT_FOUND, user + " is no member of " + group);
+            }
+        });
+    }
+
+    /** The names of all users, in order; 30013 when there are none. */
+    public static ArrayList<?> listUsers(Context context, PARLException exception) {
+        return names(context, exception, "SELECT name FROM principal WHERE kind = 0 ORDER BY name");
+    }
+
+    /** The names of all groups, in order; 30013 when there are none. */
+    public static ArrayList<?> listGroups(Context context, PARLException exception) {
+        return names(context, exception, "SELECT name FROM principal WHERE kind = 1 ORDER BY name");
+    }
+
+    /** The names of a group's members, in order; 30013 when it has none. */
+    public static ArrayList<?> listMembers(Context context, String group, PARLException exception) {
+        return names(context, exception, "SELECT user_name FROM membership WHERE group_name = ? ORDER BY user_name",
+            Principals.fold(group));
+    }
+
+    /** The name of the scheduler that is marked as working on the store, or null. */
+    public static String markedScheduler(Context context, PARLException exception) {
+        return Operation.read(context, exception, null, database ->
+            database.sql().first("SELECT scheduler FROM scheduler_mark", row -> row.getString(1)));
+    }
+
+    private static ArrayList<String> names(Context context, PARLException exception, String query,
+        Object... parameters) {
+        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
+            List<String> names = database.sql().list(query, row -> row.getString(1), parameters);
+            return names;
+        });
+    }
+
+    private static void change(Context context, PARLException exception, Operation.Action action) {
+        Operation.write(context, exception, database -> {
+            requireFor(database, context, false);
+            action.run(database);
+        });
+    }
+
+    private static void requireFor(Database database, Context context, boolean superuser)
+        throws SQLException, StoreException {
+        String user = context.getUser();
+        if (!Principals.isSuperuser(database, user) && (superuser || !Principals.isAdmin(database, user))) {
+            throw new StoreException(StoreCodes.NOT_AUTHORISED,
+                user + (superuser ? " is no superuser" : " is neither superuser nor administrator"));
+        }
+    }
+
+    private static void requireAnother(Database database, String user) throws SQLException, StoreException {
+        if (!database.sql().exists("SELECT 1 FROM principal WHERE kind = 0 AND superuser = 1 AND name <> ?", user)) {
+            throw new StoreException(StoreCodes.IN_USE, user + " is the last superuser");
+        }
+    }
+
+    private static void create(Database database, int kind, String name, boolean superuser, boolean admin)
+        throws SQLException, StoreException {
+        String folded = Principals.required(name);
+        if (Principals.exists(database, kind, folded)) {
+            throw new StoreException(StoreCodes.EXISTS, folded + " exists");
+        }
+        database.sql().update("INSERT INTO principal (kind, name, superuser, admin, version) VALUES (?, ?, ?, ?, 1)",
+            kind, folded, superuser, admin);
+    }
+
+    private static String existing(Database database, int kind, String name) throws SQLException, StoreException {
+        String folded = Principals.required(name);
+        if (!Principals.exists(database, kind, folded)) {
+            throw new StoreException(StoreCodes.NOT_FOUND,
+                "there is no " + (kind == Principals.USER ? "user " : "group ") + folded);
+        }
+        return folded;
+    }
+
+    private static void remove(Database database, int kind, String name) throws SQLException {
+        database.sql().update("DELETE FROM permission WHERE principal_kind = ? AND principal_name = ?", kind, name);
+        database.sql().update("DELETE FROM principal WHERE kind = ? AND name = ?", kind, name);
+    }
+}

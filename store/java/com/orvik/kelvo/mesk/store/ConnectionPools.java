@@ -1,0 +1,36 @@
+package com.orvik.kelvo.mesk.store;
+
+import com.zaxxer.hikari.HikariConfig;
+import com.zaxxer.hikari.HikariDataSource;
+import java.sql.Connection;
+import java.sql.SQLException;
+import java.util.HashMap;
+import java.util.Map;
+import java.util.Properties;
+
+/** Pools of connections, one a store. Loaded only by programs that ask for pools. */
+final class ConnectionPools {
+    private static final Map<String, HikariDataSource> POOLS = new HashMap<>();
+
+    private ConnectionPools() {
+    }
+
+    /** A connection of the pool for this URL and size. Closing it gives it back. */
+    static Connection take(String url, Properties settings, int size) throws SQLException {
+        HikariDataSource pool;
+        synchronized (POOLS) {
+            String key = size + " " + url + " " + settings;
+            pool = POOLS.get(key);
+            if (pool == null) {
+                HikariConfig config = new HikariConfig();
+                config.setJdbcUrl(url);
+                config.setDriverClassName("org.sqlite.JDBC");
+                config.setDataSourceProperties(settings);
+                config.setMaximumPoolSize(size);
+                pool = new HikariDataSource(config);
+                POOLS.put(key, pool);
+            }
+        }
+        return pool.getConnection();
+    }
+}

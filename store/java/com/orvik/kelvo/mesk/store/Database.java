@@ -1,0 +1,312 @@
+package com.orvik.kelvo.mesk.store;
+
+import java.sql.Connection;
+import java.sql.SQLException;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.function.Supplier;
+
+/**
+ * One connection and its unit of work. The connection commits each statement by itself; a unit of work begins with the
+ * first write and ends with commit or rollback, so reads outside one see the latest committed state and hold no lock.
+ * One thread at a time; the context sees to that.
+ */
+public final class Database {
+    /** A record whose remembered version goes back to `version` when the unit of work does. */
+    private record Undo(Stored record, int version) {
+    }
+
+    private final Connection connection;
+    private final Dialect dialect;
+    private final Sql sql;
+    private final Keys keys;
+    private final Vault vault;
+    private final List<Undo> undo = new ArrayList<>();
+    private boolean installed;
+    private boolean autoCommit;
+    private boolean inUnit;
+    private StoreException lost;
+
+    private Database(Dialect dialect, Connection connection) {
+        this.dialect = dialect;
+        this.connection = connection;
+        this.sql = new Sql(connection);
+        this.keys = new Keys(this);
+        this.vault = new Vault(dialect.keyFile());
+    }
+
+    /** Opens the store at `url`, making or upgrading its tables. */
+    public static Database connect(String url, String schema, String user, String password, String creator)
+        throws SQLException, StoreException {
+        Dialect dialect = Dialect.of(url);
+        Database database = new Database(dialect, dialect.connect(schema, user, password));
+        try {
+            Schema.install(database, creator);
+            database.installed = true;
+            return database;
+        } catch (SQLException failure) {
+            database.connection.close();
+            throw new StoreException(dialect.code(failure), failure.getMessage(), failure);
+        } catch (StoreException | RuntimeException failure) {
+            database.connection.close();
+            throw failure;
+        }
+    }
+
+    public Sql sql() {
+        return sql;
+    }
+
+    Dialect dialect() {
+        return dialect;
+    }
+
+    /** Whether a write failed because its key or a unique column is taken. */
+    public boolean isDuplicate(SQLException failure) {
+        return dialect.isDuplicate(failure);
+    }
+
+    boolean inUnit() {
+        return inUnit;
+    }
+
+    /** A key that no record has or ever had. */
+    public long nextKey() throws SQLException, StoreException {
+        return keys.next();
+    }
+
+    /** Runs a body that writes, in the unit of work. If the body fails, what it wrote is taken back and only that. */
+    public <T> T write(Operation.Work<T> work) throws SQLException, StoreException {
+        boolean begins = begin();
+        int mark = undo.size();
+        if (!begins) {
+            sql.execute("SAVEPOINT operation");
+        }
+        try {
+            T result = work.run(this);
+            if (!begins) {
+                sql.execute("RELEASE operation");
+            }
+            if (autoCommit) {
+                commit();
+            }
+            return result;
+        } catch (Throwable failure) {
+            takeBack(begins, mark, failure);
+            throw failure;
+        }
+    }
+
+    private void takeBack(boolean begins, int mark, Throwable failure) {
+        if (begins) {
+            rollback();
+            return;
+        }
+        try {
+            sql.execute("ROLLBACK TO operation");
+            sql.execute("RELEASE operation");
+            undoTo(mark);
+        } catch (SQLException ended) {
+            // The database itself ended the transaction, as it does when the disk is full: all of it is gone, and
+            // neither further writes nor a commit may look as if it were not.
+            int code = failure instanceof SQLException ? dialect.code((SQLException) failure) : StoreCodes.SQL_ERROR;
+            rollback();
+            lost = new StoreException(code, "the transaction was ended by: " + failure.getMessage(), failure);
+        }
+    }
+
+    /** Makes the unit of work durable; success when none has begun. A unit that cannot be committed is rolled back. */
+    public void commit() throws SQLException, StoreException {
+        if (lost != null) {
+            StoreException earlier = lost;
+            lost = null;
+            throw earlier;
+        }
+        if (!inUnit) {
+            return;
+        }
+        try {
+            sql.execute("COMMIT");
+        } catch (SQLException failure) {
+            rollback();
+            throw failure;
+        }
+        inUnit = false;
+        undo.clear();
+    }
+
+    /** Takes the unit of work back, together with the versions that records remember. */
+    public void rollback() {
+        lost = null;
+        if (inUnit) {
+            inUnit = false;
+            rollbackQuietly();
+        }
+        undoTo(0);
+    }
+
+    /** Whether each operation is committed by itself. Turning it on commits what has begun. */
+    public void setAutoCommit(boolean on) throws SQLException, StoreException {
+        if (on) {
+            commit();
+        }
+        autoCommit = on;
+    }
+
+    /** Rolls back, gives unused keys back and closes the connection. */
+    public void close() throws StoreException {
+        rollback();
+        try {
+            try {
+                keys.giveBack();
+            } catch (SQLException busy) {
+                // The keys stay reserved and are never used: nothing is lost but numbers.
+            }
+            sql.close();
+            connection.close();
+        } catch (SQLException failure) {
+            throw new StoreException(dialect.code(failure), failure.getMessage(), failure);
+        }
+    }
+
+    /** Inserts a record with a key of its own. */
+    public void insert(Stored record) throws SQLException, StoreException {
+        record.takeKey(this);
+        record.inserting(this);
+        Table table = record.table();
+        Table.Statements statements = table.statements(record);
+        try {
+            sql.update(statements.insert(), statement ->
+                record.columns(new ColumnBinder(statement, vault, table.keys(), statements.others())));
+        } catch (SQLException failure) {
+            if (dialect.isDuplicate(failure)) {
+                throw new StoreException(StoreCodes.EXISTS, "a " + table.name() + " with this key or name exists",
+                    failure);
+            }
+            throw failure;
+        }
+        remember(record, 1);
+    }
+
+    /** Updates a record that nobody else has changed since it was read. */
+    public void update(Stored record) throws SQLException, StoreException {
+        record.updating(this);
+        Table table = record.table();
+        Table.Statements statements = table.statements(record);
+        int changed;
+        try {
+            changed = sql.update(statements.update(), statement -> {
+                record.columns(new ColumnBinder(statement, vault, table.keys(), statements.others()));
+                statement.setInt(statements.others() + table.keys() + 1, record.version());
+            });
+        } catch (SQLException failure) {
+            if (dialect.isDuplicate(failure)) {
+                throw new StoreException(StoreCodes.EXISTS, "another " + table.name() + " has this name", failure);
+            }
+            throw failure;
+        }
+        if (changed == 0) {
+            throw stale(record);
+        }
+        remember(record, record.version() + 1);
+    }
+
+    /** Deletes a record that nobody else has changed since it was read. */
+    public void delete(Stored record) throws SQLException, StoreException {
+        requireCurrent(record);
+        record.deleting(this);
+        Table table = record.table();
+        int changed = sql.update(table.statements(record).delete(), statement -> {
+            record.columns(new ColumnBinder(statement, vault, table.keys(), 0));
+            statement.setInt(table.keys() + 1, record.version());
+        });
+        if (changed == 0) {
+            throw stale(record);
+        }
+        remember(record, 0);
+    }
+
+    /** Fails unless the row has the version that the record remembers. */
+    public void requireCurrent(Stored record) throws SQLException, StoreException {
+        Integer version = storedVersion(record);
+        if (version == null || version != record.version()) {
+            throw stale(record);
+        }
+    }
+
+    /** All records that `condition` (of constants and parameters, with its order) selects. */
+    public <T extends Stored> List<T> list(Supplier<T> maker, String condition, Object... parameters)
+        throws SQLException {
+        Stored any = maker.get();
+        Table.Statements statements = any.table().statements(any);
+        int versionColumn = any.table().keys() + statements.others() + 1;
+        return sql.list(statements.select() + condition, row -> {
+            T record = maker.get();
+            record.columns(new ColumnReader(row, vault));
+            record.version(row.getInt(versionColumn));
+            return record;
+        }, parameters);
+    }
+
+    /** The first record that `condition` selects; fails with NOT_FOUND. */
+    public <T extends Stored> T find(Supplier<T> maker, String condition, Object... parameters)
+        throws SQLException, StoreException {
+        List<T> found = list(maker, condition, parameters);
+        if (found.isEmpty()) {
+            throw new StoreException(StoreCodes.NOT_FOUND, "there is no such " + maker.get().table().name());
+        }
+        return found.get(0);
+    }
+
+    /** Gives up what has begun, also when the database has already done so. */
+    void rollbackQuietly() {
+        try {
+            sql.execute("ROLLBACK");
+        } catch (SQLException ended) {
+            // There is no transaction any more, which is what was wanted.
+        }
+    }
+
+    /** Begins a unit of work and answers true, or answers false when one has begun. */
+    private boolean begin() throws SQLException, StoreException {
+        if (lost != null) {
+            throw new StoreException(lost.code(), lost.getMessage(), lost.getCause());
+        }
+        if (inUnit) {
+            return false;
+        }
+        if (installed) {
+            keys.prepare();
+        }
+        sql.execute(dialect.begin());
+        inUnit = true;
+        return true;
+    }
+
+    private StoreException stale(Stored record) throws SQLException {
+        if (storedVersion(record) == null) {
+            return new StoreException(StoreCodes.NOT_FOUND, "there is no such " + record.table().name());
+        }
+        return new StoreException(StoreCodes.CHANGED,
+            "somebody else changed this " + record.table().name() + " since it was read");
+    }
+
+    private Integer storedVersion(Stored record) throws SQLException {
+        Table table = record.table();
+        List<Integer> versions = sql.list(table.statements(record).version(), row -> row.getInt(1),
+            statement -> record.columns(new ColumnBinder(statement, vault, table.keys(), 0)));
+        return versions.isEmpty() ? null : versions.get(0);
+    }
+
+    private void remember(Stored record, int version) {
+        undo.add(new Undo(record, record.version()));
+        record.version(version);
+    }
+
+    private void undoTo(int mark) {
+        for (int i = undo.size() - 1; i >= mark; i--) {
+            Undo entry = undo.remove(i);
+            entry.record().version(entry.version());
+        }
+    }
+}

@@ -1,0 +1,178 @@
+package com.orvik.kelvo.mesk.store;
+
+import com.orvik.kelvo.tools.conn.ConnectionPoolManager;
+import java.io.IOException;
+import java.nio.file.FileAlreadyExistsException;
+import java.nio.file.Files;
+import java.nio.file.InvalidPathException;
+import java.nio.file.Path;
+import java.nio.file.attribute.PosixFilePermissions;
+import java.sql.Connection;
+import java.sql.SQLException;
+import java.util.Properties;
+import org.sqlite.JDBC;
+import org.sqlite.SQLiteErrorCode;
+import org.sqlite.SQLiteException;
+
+/** SQLite: the store is one file, which several processes may open at once. */
+final class SqliteDialect extends Dialect {
+    private static final String DURABILITY = "mesk.durability=";
+    private static final int BUSY_MILLISECONDS = 10_000;
+    private static final int PAUSE_MILLISECONDS = 20;
+
+    private final String location;
+    private final boolean durable;
+    private final Path file;
+
+    /** `location` is a path, or ":memory:" or empty, with the driver's own options behind a question mark. */
+    SqliteDialect(String location) throws StoreException {
+        String path = withoutOptions(location);
+        StringBuilder options = new StringBuilder();
+        boolean off = false;
+        if (path.length() < location.length()) {
+            for (String option : location.substring(path.length() + 1).split("&")) {
+                if (option.startsWith(DURABILITY)) {
+                    off = option.substring(DURABILITY.length()).equals("off");
+                } else {
+                    options.append(options.length() == 0 ? '?' : '&').append(option);
+                }
+            }
+        }
+        this.location = path + options;
+        this.durable = !off;
+        try {
+            this.file = path.isEmpty() || path.startsWith(":") || path.startsWith("file:") ? null
+                : Path.of(path).toAbsolutePath();
+        } catch (InvalidPathException notAPath) {
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, "not the name of a file: " + path, notAPath);
+        }
+    }
+
+    @Override
+    Connection connect(String schema, String user, String password) throws SQLException, StoreException {
+        if (file != null) {
+            prepareFile();
+        }
+        Properties settings = new Properties();
+        settings.setProperty("journal_mode", "WAL");
+        settings.setProperty("synchronous", durable ? "FULL" : "OFF");
+        settings.setProperty("foreign_keys", "true");
+        settings.setProperty("busy_timeout", Integer.toString(BUSY_MILLISECONDS));
+        String url = JDBC.PREFIX + location;
+        int pool = ConnectionPoolManager.getDefaultPoolSize();
+        if (pool > 0 && file != null) {
+            return ConnectionPools.take(url, settings, pool);
+        }
+        // The change to write-ahead logging answers "busy" at once when two processes make it together.
+        int tries = BUSY_MILLISECONDS / PAUSE_MILLISECONDS;
+        for (int i = 1;; i++) {
+            try {
+                return JDBC.createConnection(url, settings);
+            } catch (SQLException failure) {
+                if (i == tries || code(failure) != StoreCodes.BUSY) {
+                    throw refused(failure);
+                }
+                pause();
+            }
+        }
+    }
+
+    private StoreException refused(SQLException failure) {
+        int code = code(failure);
+        if (code == StoreCodes.SQL_ERROR) {
+            code = StoreCodes.CANNOT_CONNECT;
+        }
+        return new StoreException(code, location + ": " + failure.getMessage(), failure);
+    }
+
+    private static void pause() throws StoreException {
+        try {
+            Thread.sleep(PAUSE_MILLISECONDS);
+        } catch (InterruptedException interrupted) {
+            Thread.currentThread().interrupt();
+            throw new StoreException(StoreCodes.BUSY, "interrupted while waiting for the store", interrupted);
+        }
+    }
+
+    /** Makes a missing file with private rights, and tells why a file cannot be used better than the driver does. */
+    private void prepareFile() throws StoreException {
+        Path folder = file.getParent();
+        if (folder == null || Files.isDirectory(file)) {
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, file + " is a folder");
+        }
+        if (!Files.isDirectory(folder)) {
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, "there is no folder " + folder);
+        }
+        if (!Files.isWritable(folder)) {
+            throw new StoreException(StoreCodes.READ_ONLY, folder + " cannot be written");
+        }
+        if (!Files.exists(file)) {
+            createFile();
+        } else if (!Files.isWritable(file)) {
+            throw new StoreException(StoreCodes.READ_ONLY, file + " cannot be written");
+        }
+    }
+
+    private void createFile() throws StoreException {
+        try {
+            Files.createFile(file, PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rw-------")));
+        } catch (FileAlreadyExistsException raced) {
+            // Somebody else made it a moment ago: as good.
+        } catch (UnsupportedOperationException noRights) {
+            // A file system without such rights: the driver makes the file.
+        } catch (IOException failure) {
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, "cannot create " + file + ": " + failure, failure);
+        }
+    }
+
+    @Override
+    int code(SQLException failure) {
+        switch (failure.getErrorCode() & 0xff) {
+            case 5:  // SQLITE_BUSY
+            case 6:  // SQLITE_LOCKED
+                return StoreCodes.BUSY;
+            case 8:  // SQLITE_READONLY
+                return StoreCodes.READ_ONLY;
+            case 11:  // SQLITE_CORRUPT
+                return StoreCodes.DAMAGED;
+            case 13:  // SQLITE_FULL
+                return StoreCodes.DISK_FULL;
+            case 14:  // SQLITE_CANTOPEN
+                return StoreCodes.CANNOT_CONNECT;
+            case 26:  // SQLITE_NOTADB
+                return StoreCodes.NOT_A_STORE;
+            default:
+                return isDuplicate(failure) ? StoreCodes.EXISTS : StoreCodes.SQL_ERROR;
+        }
+    }
+
+    @Override
+    boolean isDuplicate(SQLException failure) {
+        if (!(failure instanceof SQLiteException)) {
+            return false;
+        }
+        SQLiteErrorCode code = ((SQLiteException) failure).getResultCode();
+        return code == SQLiteErrorCode.SQLITE_CONSTRAINT_UNIQUE || code == SQLiteErrorCode.SQLITE_CONSTRAINT_PRIMARYKEY;
+    }
+
+    @Override
+    String begin() {
+        return "BEGIN IMMEDIATE";
+    }
+
+    @Override
+    Schema.Found found(Sql sql) throws SQLException {
+        String query = "SELECT count(*), coalesce(sum(name = 'store_schema'), 0) FROM sqlite_master";
+        return sql.first(query, row -> new Schema.Found(row.getInt(1) > 0, row.getInt(2) > 0));
+    }
+
+    @Override
+    String scripts() {
+        return "/schema/sqlite/";
+    }
+
+    @Override
+    Path keyFile() {
+        return file == null ? null : file.resolveSibling(file.getFileName() + ".key");
+    }
+}

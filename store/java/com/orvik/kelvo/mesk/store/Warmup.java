@@ -1,0 +1,89 @@
+package com.orvik.kelvo.mesk.store;
+
+import com.orvik.kelvo.common.parl.api.Context;
+import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
+import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
+import com.orvik.kelvo.mesk.metadata.MDTask;
+import com.orvik.kelvo.mesk.metadata.MDTaskExec;
+import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
+import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
+import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
+import com.orvik.kelvo.mesk.metadata.MDTaskResult;
+import com.orvik.kelvo.mesk.metadata.MDTaskType;
+import com.orvik.kelvo.mesk.metadata.MDUser;
+import com.orvik.kelvo.mesk.metadata.MDUtility;
+import java.sql.Date;
+import java.sql.Time;
+import java.sql.Timestamp;
+import java.text.SimpleDateFormat;
+
+/**
+ * Goes once through what a session commonly does, on a store that the argument names, so that the classes it takes can
+ * be put into an archive from which the virtual machine starts faster. Ends with code 1 when anything fails.
+ */
+public final class Warmup {
+    private Warmup() {
+    }
+
+    public static void main(String[] arguments) {
+        PARLException exception = new PARLException(0, null);
+        Context context = MDUtility.connectMD(arguments[0], null, null, null, exception);
+        check(exception);
+        MDTask task = new MDTask(context, exception);
+        task.setTaskID(task.getReferenceID(context, exception));
+        task.setTaskName("warm up");
+        task.setPasswordString("warm up");
+        task.insert(context, exception);
+        check(exception);
+        MDScheduleEvent rule = new MDScheduleEvent(context, exception);
+        rule.setStartDate(new Date(0));
+        rule.setStartTime(new Time(0));
+        rule.insert(context, exception);
+        check(exception);
+        task.addScheduleEvent(context, rule, exception);
+        check(exception);
+        MDTaskExec run = new MDTaskExec(context, exception);
+        run.setTaskID(task.getTaskID());
+        run.setScheduleEventID(rule.getScheduleEventID());
+        run.setOriginalScheduleTime(new Timestamp(0));
+        run.insert(context, exception);
+        check(exception);
+        MDUtility.commit(context, exception);
+        MDTaskHistory history = new MDTaskHistory(context, exception);
+        history.setTaskID(task.getTaskID());
+        history.setStart(new Timestamp(0));
+        history.insert(context, exception);
+        history.addTaskResult(context, new MDTaskResult(context, exception), exception);
+        check(exception);
+        run.setTaskHistoryID(history.getTaskHistoryID());
+        run.setStatus(2);
+        run.update(context, exception);
+        check(exception);
+        MDUtility.commit(context, exception);
+        check(exception);
+        task = new MDTaskType(context, exception).retrieve(context, task.getTaskID(), 0, exception);
+        check(exception);
+        task.getPasswordString();
+        task.getUpdatePermission(context, new MDUser("NOBODY"), exception);
+        new MDTaskType(context, exception).retrieveList(context, exception);
+        new MDScheduleEventType(context, exception).retrieveList(context, exception);
+        task.retrieveScheduleEventList(context, exception);
+        new MDTaskExecType(context, exception).retrieveList(context, exception);
+        new MDTaskHistoryType(context, exception).retrieveList(context, exception);
+        history.retrieveTaskSnapshot(context, exception);
+        history.retrieveTaskResultList(context, exception);
+        check(exception);
+        new SimpleDateFormat("yyyyMMddHHmmss").format(new Timestamp(0));
+        MDUtility.rollback(context, exception);
+        MDUtility.disconnectMD(context, exception);
+        check(exception);
+    }
+
+    private static void check(PARLException exception) {
+        if (exception.getRC() != StoreCodes.OK) {
+            System.err.println("code " + exception.getRC() + ": " + exception.getMessage());
+            System.exit(1);
+        }
+    }
+}
