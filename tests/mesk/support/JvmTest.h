@@ -1,0 +1,40 @@
+// The fixture of every test that needs Java.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <mesk/bridge/Reference.h>
+#include <mesk/bridge/ThreadContext.h>
+#include <mesk/support/JniTable.h>
+#include <mesk/support/Script.h>
+
+#include <string>
+
+namespace mesk::test {
+
+/// One JVM a program, started with the fake store; a fresh script for each test. A test that leaves a local or global
+/// reference behind fails. A pending exception that a test leaves is cleared.
+class JvmTest : public ::testing::Test {
+ protected:
+  JvmTest();
+  ~JvmTest() override;
+
+  /// A new fake record or home by its class name without package, made with `context`; not recorded, not counted.
+  /// A local reference that lives until the test ends.
+  jobject newFake(const char* className);
+
+  /// A new Java string, not counted, that lives until the test ends.
+  jstring javaString(const char* text);
+
+  /// Whether Java's exception is pending; clears it.
+  bool takePendingException();
+
+  ThreadContext& ctx;  ///< of the test's thread
+  Script script;
+  jobject context;  ///< what store operations take; a global reference of the fixture
+  JniTable jni;     ///< laid over `ctx.env` for as long as the test lives
+};
+
+/// The text that an operation handed out, deleted here; "(null)" for null.
+std::string taken(char* text);
+
+}  // namespace mesk::test

@@ -1,0 +1,4 @@
+package com.orvik.kelvo.common.parl.api;
+
+/** A session of the fake store. */
+public class Context {}
