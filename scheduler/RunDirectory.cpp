@@ -56,8 +56,9 @@ RunnerState RunDirectory::inspect() const {
       // Still held after the process was taken hold of: it is the runner and not a later namesake.
       if (ended && isHeld(lock.get())) return RunnerAlive{pid, std::move(ended)};
       if (!ended && errno != ESRCH) return RunnerAlive{};
-      continue;
+      if (ended) continue;  // the lock was given back meanwhile
     }
+    // Not signed yet, or signed by one who is just ending: both change the lock file or close it.
     struct pollfd wait = {changes.get(), POLLIN, 0};
     if (::poll(&wait, 1, kSignPatienceMillis) == 0) return RunnerAlive{};
     char events[4096];

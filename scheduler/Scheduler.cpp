@@ -14,6 +14,7 @@
 #include <mesk/tasks/MDTaskType.h>
 #include <platform/Clock.h>
 #include <scheduler/ShellWords.h>
+#include <scheduler/Units.h>
 
 namespace mesk::host {
 namespace {
@@ -226,6 +227,18 @@ std::optional<std::int64_t> Scheduler::nextDue() {
     return start;
   }
   return std::nullopt;
+}
+
+bool Scheduler::idle() {
+  if (!active_.empty()) return false;
+  ThreadContext& ctx = session_.ctx();
+  const std::int64_t now = clockMillis();
+  queue().iterateStart(1);
+  while (const MDTaskExec* const exec = queue().next(1)) {
+    const auto start = nextStart(*exec);
+    if (exec->getTaskHistoryID(ctx) != -1 || (start && *start <= now)) return false;
+  }
+  return true;
 }
 
 void Scheduler::begin(long long taskExecID, std::int64_t now) {
@@ -534,11 +547,11 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
                      fmt::format("recording run {}", id.run));
       return;
     }
+    history->setBrixInfo(ctx, session_.context());
     history->setRunningStatus(ctx, outcome);
     history->setEnd(ctx, &endStamp);
     history->setDuration(ctx, seconds(ended - session_.millis(history->getStart(ctx)).value_or(started)));
     session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", id.run));
-    history->setBrixInfo(ctx, session_.context());
 
     const RunOptions options = optionsOf(session_, *task);
     task->decrNumberOfExecutions(ctx);

@@ -80,6 +80,9 @@ class Scheduler {
   /// When `startDue` next has work, in milliseconds; nothing when the queue has none or the limit is reached.
   std::optional<std::int64_t> nextDue();
 
+  /// Nothing runs, nothing is due, and no run waits for a retry.
+  bool idle();
+
   std::size_t running() const { return active_.size(); }
 
   /// Removes the history of all runs that started before `millis` and have ended.

@@ -1,0 +1,81 @@
+// meskd: the event loop around the scheduler.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <scheduler/Notice.h>
+#include <scheduler/ProcessLauncher.h>
+#include <scheduler/Scheduler.h>
+#include <scheduler/Session.h>
+#include <scheduler/Timer.h>
+#include <scheduler/UniqueFd.h>
+
+namespace mesk::host {
+
+struct DaemonOptions {
+  std::string runner;                            ///< the mesk-runner program
+  std::size_t limit = 4;                         ///< runs at once
+  std::int64_t stopTimeoutSeconds = 60;          ///< how long a stop waits for runs
+  std::int64_t keepHistorySeconds = 90 * 86400;  ///< 0 keeps it for ever
+  bool exitWhenIdle = false;                     ///< ends when nothing runs and nothing is due
+  int readyFd = -1;                              ///< gets a line when the queue is loaded
+};
+
+/// Waits for whatever comes next - a due execution, the end of a run, a change by another process, a new time or
+/// zone, a signal - and never polls. One in a process.
+class Daemon {
+ public:
+  enum class End { kStopped, kRestart };
+
+  /// Takes the store's lock, so that there is one meskd a store; throws HostError. Signals that stop a daemon
+  /// must be blocked before the first thread is made: call `blockSignals` first thing.
+  Daemon(const StoreAddress& address, DaemonOptions options);
+  ~Daemon();
+  Daemon(const Daemon&) = delete;
+  Daemon& operator=(const Daemon&) = delete;
+
+  static void blockSignals();
+
+  /// Until a signal ends it. `kRestart`: the system's time zone has changed, which a process takes over only from
+  /// its start; runs go on meanwhile.
+  End run();
+
+ private:
+  bool step();
+  void recoverLater(const std::exception& error);
+  void wait(std::optional<std::int64_t> until);
+  void onSignal();
+  void onZone();
+  void onEnded(const AttemptID& id);
+  void removeLeftovers();
+  void pruneHistory();
+  bool mayEnd();
+
+  DaemonOptions options_;
+  UniqueFd lock_;
+  UniqueFd signals_;
+  UniqueFd zoneWatch_;
+  std::string zone_;
+  Notice notice_;
+  Timer timer_;
+  Session session_;
+  RunnerClient client_;
+  ProcessLauncher launcher_;
+  std::unique_ptr<Scheduler> scheduler_;
+
+  bool loaded_ = false;
+  bool stopping_ = false;
+  bool ended_ = false;
+  bool restart_ = false;
+  std::int64_t loadAt_ = 0;  ///< while not loaded: when to try
+  std::int64_t stopBy_ = 0;  ///< while stopping: when to leave runs to the next meskd
+  std::int64_t pruneAt_ = 0;
+};
+
+/// The name of the system's time zone, from /etc/localtime; empty when that does not say.
+std::string systemZone();
+
+}  // namespace mesk::host

@@ -1,0 +1,109 @@
+// The scheduler host.
+#include <fmt/format.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <scheduler/Daemon.h>
+#include <scheduler/Programs.h>
+#include <scheduler/Units.h>
+
+namespace {
+
+using namespace mesk::host;
+
+constexpr std::size_t kLogBytes = 10 << 20;
+constexpr std::size_t kLogFiles = 5;
+
+void openLog(const std::string& file) {
+  auto logger =
+      file.empty() ? spdlog::stderr_color_mt("meskd") : spdlog::rotating_logger_mt("meskd", file, kLogBytes, kLogFiles);
+  logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %v");
+  logger->flush_on(spdlog::level::info);
+  spdlog::set_default_logger(std::move(logger));
+}
+
+CLI::Validator duration() {
+  return CLI::Validator(
+      [](std::string& text) -> std::string {
+        try {
+          durationFromText(text);
+          return {};
+        } catch (const FormatError& error) {
+          return error.what();
+        }
+      },
+      "DURATION");
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Runs the tasks of a Mesk store when they are due.", "meskd");
+  std::string store;
+  std::string log;
+  std::string stopTimeout = "60s";
+  std::string keepHistory = "90d";
+  DaemonOptions options;
+  options.runner = programBeside("mesk-runner");
+  app.add_option("--store", store, "The store: a file, or a JDBC URL. Default: the environment variable MESK_STORE")
+      ->type_name("FILE-OR-URL");
+  app.add_option("--limit", options.limit, "Runs at once")->check(CLI::Range(1, 1000))->capture_default_str();
+  app.add_option("--stop-timeout", stopTimeout,
+                 "How long a stop waits for runs; what still goes then is left to the next meskd")
+      ->check(duration())
+      ->capture_default_str();
+  app.add_option("--keep-history", keepHistory, "How long the records of runs are kept; 0s for ever")
+      ->check(duration())
+      ->capture_default_str();
+  app.add_option("--log", log, "Log file, rotated; default: standard error")->type_name("FILE");
+  app.add_flag("--exit-when-idle", options.exitWhenIdle, "End when nothing runs and nothing is due");
+  app.add_option("--ready-fd", options.readyFd, "Descriptor that gets a line when the queue is loaded")
+      ->type_name("FD");
+  app.set_version_flag("--version", std::string("meskd ") + kVersion);
+  app.footer(
+      "Exit codes: 0 stopped, 2 usage, 6 store cannot be opened, 7 no JVM, 8 store library missing,\n"
+      "10 another meskd works on the store. See meskd(8).");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kExitOk : kExitUsage;
+  }
+  openLog(log);
+  options.stopTimeoutSeconds = durationFromText(stopTimeout);
+  options.keepHistorySeconds = durationFromText(keepHistory);
+
+  // The C library looks at the zone file at every conversion while TZ is unset.
+  const bool zoneFromSystem = std::getenv("TZ") == nullptr && !systemZone().empty();
+  if (zoneFromSystem) ::setenv("TZ", systemZone().c_str(), 1);
+
+  Daemon::End end{};
+  {
+    Daemon daemon(StoreAddress::choose(store), options);
+    end = daemon.run();
+  }
+  if (end == Daemon::End::kRestart) {
+    if (zoneFromSystem) ::unsetenv("TZ");
+    ::execv("/proc/self/exe", argv);
+    throw HostError(kExitFailure, "meskd could not start itself again");
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Daemon::blockSignals();
+  try {
+    return run(argc, argv);
+  } catch (const mesk::host::HostError& error) {
+    fmt::print(stderr, "meskd: {}\n", error.what());
+    return error.exitCode();
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "meskd: {}\n", error.what());
+    return kExitFailure;
+  }
+}
