@@ -21,8 +21,8 @@ extern "C" {
 /// The clock in seconds since the epoch. A non-null `out` receives the same value.
 MESK_PLATFORM_API std::int64_t _time64(std::int64_t* out);
 
-/// Breaks `*time` down in the zone of the process. The result belongs to the calling thread and
-/// holds until that thread's next call; null when the year does not fit.
+/// Breaks `*time` down in the zone of the process, as `tzset` or `_mktime64` last found it. The result belongs to the
+/// calling thread and holds until that thread's next call; null when the year does not fit.
 MESK_PLATFORM_API struct tm* _localtime64(const std::int64_t* time);
 
 /// Normalises `*local` in place and answers its seconds since the epoch, -1 when it has none.

@@ -370,6 +370,7 @@ std::uint32_t convert(CodePageConversion& conversion) {
   const bool toUtf8 = conversion.targetCodePage == kUtf8CodePage;
   Converter* const from = fromUtf8 ? nullptr : converterFor(conversion.sourceCodePage);
   Converter* const to = toUtf8 ? nullptr : converterFor(conversion.targetCodePage);
+  conversion.targetLength = 0;
   if ((!fromUtf8 && from == nullptr) || (!toUtf8 && to == nullptr)) return kCodePageUnusable;
 
   // ICU counts in 32-bit signed integers, and a byte may become three.

@@ -43,9 +43,13 @@ struct CodePageConversion {
 /// The code page of the process, from its locale.
 MESK_PLATFORM_API std::uint32_t sqlogetcpcc();
 
-/// Converts; answers a `mesk::CodePageResult`. When the room does not suffice, the text is cut
-/// between characters and still ends with a zero byte. What the target cannot express becomes its
-/// substitution character; so does a lone surrogate. Any thread.
+/// Converts; answers a `mesk::CodePageResult`. A zero byte at the end of the source is its terminator.
+/// When the room does not suffice, the text is cut between characters and still ends with a zero byte;
+/// only a capacity of 0 leaves the target untouched. What the target cannot express becomes its
+/// substitution character (U+FFFD in UTF-8); so does a lone surrogate and each malformed sequence. A
+/// text that is both cut and substituted answers `kCodePageTruncated`. U+0000 is C0 80 in UTF-8 of
+/// either form, and has no counterpart in other code pages, where a zero byte ends the text. Code pages
+/// whose characters have zero bytes in them (UTF-16 and its like) cannot be used. Any thread.
 MESK_PLATFORM_API std::uint32_t sqlocpcv(CodePageConversion* conversion);
 
 }  // extern "C"

@@ -19,7 +19,8 @@ class MESK_PLATFORM_API DBuffer {
   std::size_t size() const;
 
   /// Negative, 0 or positive over the first `length` bytes; a buffer that is shorter than `length`
-  /// is less than one that is not.
+  /// is less than one that is not. So "bob" and "bobby" are equal over 3 bytes, and not over 4 when
+  /// both were taken with their terminating zero.
   int compare(const DBuffer& other, std::size_t length) const;
 
  private:

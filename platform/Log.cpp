@@ -60,7 +60,9 @@ Log& log() {
   static Log& instance = []() -> Log& {
     Log& made = *new Log;
     const char* path = std::getenv("MESK_LOG");
-    if (path != nullptr && *path != '\0') made.file = openFile(path, kDefaultBytes, kDefaultFiles);
+    if (path == nullptr || *path == '\0') return made;
+    made.file = openFile(path, kDefaultBytes, kDefaultFiles);
+    if (made.file == nullptr) fmt::print(stderr, "MESK_LOG: cannot write {}\n", path);
     return made;
   }();
   return instance;

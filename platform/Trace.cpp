@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -159,7 +160,10 @@ void recordData(TraceRecord::Kind kind, std::uint64_t thread, std::uint32_t func
 /// Starts the trace that the environment asks for when the library is loaded.
 const bool startedByEnvironment = [] {
   const char* path = std::getenv("MESK_TRACE");
-  return path != nullptr && *path != '\0' && mesk::startTrace(path);
+  if (path == nullptr || *path == '\0') return false;
+  if (mesk::startTrace(path)) return true;
+  fmt::print(stderr, "MESK_TRACE: cannot write {}: {}\n", path, std::strerror(errno));
+  return false;
 }();
 
 }  // namespace
