@@ -376,7 +376,7 @@ class Writer {
         text[text.size() - 2] != '\n' && text.find("\n \n") == std::string::npos &&
         std::all_of(text.begin(), text.end(), [](unsigned char c) { return c == '\n' || (c >= 0x20 && c < 0x7f); });
     if (asIs) {
-      out_ << YAML::Literal << text;
+      out_ << YAML::Literal << text.substr(0, text.size() - 1);  // the block itself ends the last line
     } else {
       out_ << YAML::DoubleQuoted << text;
     }
