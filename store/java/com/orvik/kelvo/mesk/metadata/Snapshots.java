@@ -59,6 +59,15 @@ final class Snapshots {
         database.sql().update("DELETE FROM task_result WHERE task_history_id = ?", historyID);
     }
 
+    /** As {@link #prune}, for each task that has a history of that age. */
+    static void pruneAll(Database database, Timestamp before) throws SQLException {
+        List<long[]> tasks = database.sql().list("SELECT DISTINCT task_id, suffix FROM task_history WHERE start_time < ?",
+            row -> new long[] {row.getLong(1), row.getLong(2)}, before);
+        for (long[] task : tasks) {
+            prune(database, task[0], (int) task[1], before);
+        }
+    }
+
     /**
      * Takes away the finished histories of a task that started before an instant, with their results, rights and
      * claims, and the snapshots that no history has any more. A run that goes on or waits for a retry keeps all.
