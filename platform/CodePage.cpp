@@ -397,10 +397,26 @@ std::uint32_t convert(CodePageConversion& conversion) {
 
 // ---- The code page of the process ----
 
+/// Codesets of locales whose number ICU does not know, or for which it knows one that nobody uses.
+struct NumberedCodeset {
+  const char* name;
+  std::uint32_t number;
+};
+constexpr std::array kNumberedCodesets = {
+    NumberedCodeset{"BIG5", 950},    NumberedCodeset{"EUC-JP", 954},  NumberedCodeset{"EUC-KR", 970},
+    NumberedCodeset{"GB2312", 1383}, NumberedCodeset{"GBK", 1386},    NumberedCodeset{"GB18030", 5488},
+    NumberedCodeset{"CP1250", 1250}, NumberedCodeset{"CP1251", 1251}, NumberedCodeset{"CP1252", 1252},
+    NumberedCodeset{"CP1253", 1253}, NumberedCodeset{"CP1254", 1254}, NumberedCodeset{"CP1255", 1255},
+    NumberedCodeset{"CP1256", 1256}, NumberedCodeset{"CP1257", 1257}, NumberedCodeset{"CP1258", 1258},
+};
+
 std::uint32_t numberOf(const std::string& codeset) {
   // Plain ASCII says nothing about bytes above 127. UTF-8 agrees with it below and can express any text.
   if (codeset.empty() || codeset == "ANSI_X3.4-1968" || codeset == "US-ASCII") return kUtf8CodePage;
 
+  for (const NumberedCodeset& numbered : kNumberedCodesets) {
+    if (codeset == numbered.name) return numbered.number;
+  }
   const std::unique_ptr<UConverter, CloseConverter> converter(openByName(codeset));
   if (converter == nullptr) return kUtf8CodePage;
   UErrorCode error = U_ZERO_ERROR;

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -51,12 +52,8 @@ Trace& trace() {
 
 using Line = fmt::memory_buffer;
 
-bool isPrintable(std::string_view bytes) {
-  for (const char c : bytes) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) return false;
-  }
-  return true;
-}
+bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+bool isAscii(char c) { return c >= 0x20 && c < 0x7F; }
 
 void appendText(Line& line, std::string_view bytes) {
   line.push_back('"');
@@ -64,10 +61,10 @@ void appendText(Line& line, std::string_view bytes) {
     if (c == '"' || c == '\\') {
       line.push_back('\\');
       line.push_back(c);
-    } else if (isPrintable({&c, 1})) {
-      line.push_back(c);
-    } else {
+    } else if (isControl(c)) {
       fmt::format_to(std::back_inserter(line), "\\x{:02x}", static_cast<unsigned char>(c));
+    } else {
+      line.push_back(c);
     }
   }
   line.push_back('"');
@@ -77,18 +74,19 @@ void appendHex(Line& line, std::string_view bytes) {
   for (const char c : bytes) fmt::format_to(std::back_inserter(line), "{:02x}", static_cast<unsigned char>(c));
 }
 
-/// The type is the same for numbers, texts and times: the length and the bytes tell them apart.
+/// The type is the same for numbers, texts and times: the length and the bytes tell them apart. Texts come
+/// without a terminating zero, and in a broken-down time some byte is zero.
 void appendValue(Line& line, std::string_view bytes) {
   if (bytes.size() == sizeof(std::int32_t)) {
     std::int32_t number;
     std::memcpy(&number, bytes.data(), sizeof number);
     fmt::format_to(std::back_inserter(line), " int {}", number);
-    if (!isPrintable(bytes)) return;
+    if (!std::all_of(bytes.begin(), bytes.end(), isAscii)) return;
     line.push_back(' ');
     appendText(line, bytes);
     return;
   }
-  if (bytes.size() == kBrokenDownTimeBytes && !isPrintable(bytes)) {
+  if (bytes.size() == kBrokenDownTimeBytes && bytes.find('\0') != std::string_view::npos) {
     std::int32_t f[kBrokenDownTimeFields];
     std::memcpy(f, bytes.data(), sizeof f);
     fmt::format_to(std::back_inserter(line),

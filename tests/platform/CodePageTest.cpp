@@ -170,13 +170,18 @@ class CodePagesTest : public testing::TestWithParam<NamedPage> {};
 
 TEST_P(CodePagesTest, EveryCharacterOfTheCodePageRoundTrips) {
   const NamedPage page = GetParam();
+  const bool hasAll = page.number == kUtf8 || page.number == 5488;
+  const std::uint32_t last = hasAll ? 0x10FFFF : 0x2FFFF;  // beyond, no other code page has anything
   std::size_t characters = 0;
-  for (std::uint32_t c = 1; c <= 0x10FFFF; ++c) {
+  for (std::uint32_t c = 1; c <= last; ++c) {
     if (isSurrogate(c)) continue;
     const std::string java = utf8(c, true);
     const Converted native = convert(kUtf8, page.number, kSourceIsJava, java);
     ASSERT_NE(native.result, kCodePageTruncated);
     if (native.result != kCodePageOk) continue;
+    // Characters for private use that a code page lacks may stand for some other one there.
+    const bool isPrivate = c >= 0xE000 && c <= 0xF8FF;
+    if (isPrivate && !hasAll) continue;
     ++characters;
     const Converted back = convert(page.number, kUtf8, kTargetIsJava, native.text);
     ASSERT_EQ(back.result, kCodePageOk) << std::hex << c;
@@ -539,18 +544,16 @@ TEST(CodePageTest, ProcessCodePageCanBeSetAndGivenBack) {
 TEST(CodePageTest, ProcessCodePageFollowsTheLocale) {
   support::Directory locales;
   struct Row {
-    const char* language;
     const char* charmap;
     std::uint32_t codePage;
   };
-  const Row rows[] = {{"de_DE", "UTF-8", 1208},  {"de_DE", "ISO-8859-1", 819}, {"de_DE", "ISO-8859-15", 923},
-                      {"ja_JP", "EUC-JP", 954},  {"zh_CN", "GB2312", 1383},    {"zh_CN", "GB18030", 5488},
-                      {"ru_RU", "CP1251", 1251}, {"zh_TW", "BIG5", 950},       {"ko_KR", "EUC-KR", 970}};
+  const Row rows[] = {{"UTF-8", 1208},  {"ISO-8859-1", 819}, {"ISO-8859-15", 923}, {"EUC-JP", 954},
+                      {"GB2312", 1383}, {"GBK", 1386},       {"CP1251", 1251},     {"BIG5", 950},
+                      {"EUC-KR", 970},  {"KOI8-R", 878},     {"IBM850", 850}};
   for (const Row& row : rows) {
-    const std::string name = fmt::format("{}.{}", row.language, row.charmap);
+    const std::string name = fmt::format("x.{}", row.charmap);
     // localedef answers 1 for mere warnings, so the locale itself is what is looked for.
-    support::run(
-        fmt::format(MESK_LOCALEDEF " -c -i {} -f {} {}", row.language, row.charmap, locales.file(name.c_str())));
+    support::run(fmt::format(MESK_LOCALEDEF " -c -i POSIX -f {} {}", row.charmap, locales.file(name.c_str())));
     ASSERT_TRUE(support::fs::exists(locales.path() / name / "LC_CTYPE")) << name;
     const support::Result result =
         support::run(MESK_PROBE " codePage", fmt::format("LOCPATH={} LC_ALL={}", locales.path().string(), name));
