@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <ctime>
 #include <initializer_list>
+#include <limits>
 #include <type_traits>
 
 #include <mesk/bridge/Trace.h>
@@ -104,6 +105,10 @@ int moveDays(std::tm& cur, time64& time, std::uint32_t days) {
 
 int moveYears(std::tm& cur, time64& time, std::uint32_t years) {
   const Traced trace(kMoveYears);
+  // Only years can leave the numbers that count them; what began again at the first would never arrive.
+  if (std::int64_t{cur.tm_year} + years > std::numeric_limits<int>::max()) {
+    return notConvertible(trace, kFirstPhaseProbe, cur);
+  }
   std::tm asked = cur;
   asked.tm_year = sum(asked.tm_year, years);
   if (!convertKeepingHour(cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
@@ -122,22 +127,23 @@ int moveMonthsOnDay(std::tm& cur, time64& time, std::uint32_t months, std::uint3
   const Traced trace(kMoveMonthsOnDay);
   if (!moveMonthsToFifteenth(cur, time, months)) return notConvertible(trace, kFirstPhaseProbe, cur);
 
-  // No hour is checked and each day starts from the flag of the 15th: across a change of the clocks the hour moves.
-  const std::tm base = cur;
+  // No hour is checked: a day in the other season than the 15th is counted in the time of the 15th, which moves the
+  // hour. A day past the month's end hands the flag of the place where it landed on to the next try.
   const int wanted = static_cast<int>(detail);
+  const std::tm fifteenth = cur;
+  std::tm asked = fifteenth;
   bool found = false;
   for (int day = wanted; day >= 1 && !found; --day) {
-    cur = base;
-    cur.tm_mday = day;
+    asked.tm_mday = day;
+    setDateAndTime(cur, asked);
     if (!convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
-    found = cur.tm_mon == base.tm_mon;
+    found = cur.tm_mon == fifteenth.tm_mon;
   }
   if (!found && wanted >= 1) {
-    // The flag of the 15th has put the 1st, an hour early, into the month before; its own flag keeps it where it is.
-    setDateAndTime(cur, base);
-    cur.tm_mday = 1;
+    // Soon after midnight that moves the 1st itself into the month before. Its own flag keeps it where it is.
+    setDateAndTime(cur, asked);
     if (!convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
-    found = cur.tm_mon == base.tm_mon;
+    found = cur.tm_mon == fifteenth.tm_mon;
   }
   // Days before the 1st only lead further away from the month.
   return found ? trace.exit(0) : notConvertible(trace, kDaySearchProbe, cur);

@@ -28,6 +28,7 @@ struct ScheduleCalculator {
   std::uint32_t recurring;         ///< 0 or 1, kept for the caller; unset until its setter ran
 
   /// `detail` and `recurring` have no default that means anything: the caller always sets both.
+  // cppcheck-suppress uninitMemberVar
   ScheduleCalculator() {}
 
   int setRecurring(const int& value);     ///< 0 or 1; else -310, and 0 is stored
