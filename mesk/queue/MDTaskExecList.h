@@ -67,7 +67,7 @@ class MESK_API MDTaskExecList {
   int insert(MDTaskExec* entry, int lock);
 
   /// Orders the whole list. Equals come out in the reverse of their order. The cursor ends at the end. Every entry must
-  /// have a next start time: with two that lack one this does not return.
+  /// have a next start time: one without moves behind the latest, that one behind it, and so on without end.
   void sort(int lock);
 
   // Looking up.

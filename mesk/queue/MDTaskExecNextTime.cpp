@@ -1,7 +1,7 @@
 // When an execution's schedule rule fires next.
-#include <cstring>
 #include <memory>
 #include <new>
+#include <string>
 
 #include <mesk/bridge/Invoke.h>
 #include <mesk/queue/MDTaskExec.h>
@@ -28,12 +28,8 @@ SCTimestamp* startOf(ThreadContext& ctx, const MDScheduleEvent& rule) {
   const auto day = textOf(ctx, "yyyyMMdd", std::unique_ptr<SQLDate>(rule.getStartDate(ctx)));
   const auto time = textOf(ctx, "HHmmss", std::unique_ptr<SQLTime>(rule.getStartTime(ctx)));
   if (!day || !time) return nullptr;
-  const std::size_t dayLength = std::strlen(day.get());
-  const std::unique_ptr<char[]> both(new (std::nothrow) char[dayLength + std::strlen(time.get()) + 1]);
-  if (!both) return nullptr;
-  std::strcpy(both.get(), day.get());
-  std::strcpy(both.get() + dayLength, time.get());
-  const long long millis = SimpleDateFormat(ctx, "yyyyMMddHHmmss").parse(ctx, both.get());
+  const std::string both = std::string(day.get()) + time.get();
+  const long long millis = SimpleDateFormat(ctx, "yyyyMMddHHmmss").parse(ctx, both.c_str());
   return new (std::nothrow) SCTimestamp(ctx, millis);
 }
 
