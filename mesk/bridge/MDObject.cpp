@@ -58,9 +58,7 @@ MDObject::~MDObject() {
 }
 
 jobject MDObject::clone(ThreadContext& ctx) {
-  const jmethodID method = ctx.env->GetMethodID(objectClass, "clone", "()Ljava/lang/Object;");
-  if (method == nullptr) return nullptr;
-  return invoke<LocalRef<>>(ctx, object, method).release();
+  return callMethod<LocalRef<>>(ctx, *this, "clone", "()Ljava/lang/Object;").release();
 }
 
 char* MDObject::jStringToString(ThreadContext& ctx, jstring s) {

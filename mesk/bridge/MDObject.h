@@ -40,7 +40,8 @@ class MESK_API MDObject {
   MDObject(const MDObject&) = delete;
   MDObject& operator=(const MDObject&) = delete;
 
-  /// The result of the Java object's `clone`, a local reference for the caller; null when there is no such method.
+  /// The result of the Java object's `clone`, a local reference for the caller; null when there is no such method
+  /// or the wrapper is dead.
   jobject clone(ThreadContext& ctx);
 
   /// A new native string, null for a null or empty one or out of memory. Consumes the local reference `s`,

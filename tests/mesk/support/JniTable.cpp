@@ -146,6 +146,7 @@ struct JniTable::Functions {
     t.NewStringUTF = newString;
     t.NewByteArray = newByteArray;
     t.GetStringUTFChars = getStringChars;
+    t.NewString = Counted<&N::NewString>::call;
     t.NewLocalRef = Counted<&N::NewLocalRef>::call;
     t.GetObjectArrayElement = Counted<&N::GetObjectArrayElement>::call;
     t.CallVoidMethodV = Counted<&N::CallVoidMethodV>::callJava;
