@@ -10,6 +10,8 @@ import java.util.Collection;
 
 /** Finds and lists histories, and prunes them. */
 public final class MDTaskHistoryType {
+    private static final long EVERY_TASK = -1;
+
     /** A home. */
     public MDTaskHistoryType() {
     }

@@ -16,35 +16,39 @@ import org.sqlite.SQLiteException;
 
 /** SQLite: the store is one file, which several processes may open at once. */
 final class SqliteDialect extends Dialect {
-    private static final String DURABILITY = "mesk.durability=";
     private static final int BUSY_MILLISECONDS = 10_000;
     private static final int PAUSE_MILLISECONDS = 20;
 
     private final String location;
-    private final boolean durable;
+    private final Properties settings = new Properties();
     private final Path file;
 
-    /** `location` is a path, or ":memory:" or empty, with the driver's own options behind a question mark. */
+    /** `location` is a path, or ":memory:" or empty, with options behind a question mark. */
     SqliteDialect(String location) throws StoreException {
-        String path = withoutOptions(location);
-        StringBuilder options = new StringBuilder();
+        this.location = withoutOptions(location);
+        if (this.location.startsWith("file:")) {
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, "the path of a store goes without file:");
+        }
         boolean off = false;
-        if (path.length() < location.length()) {
-            for (String option : location.substring(path.length() + 1).split("&")) {
-                if (option.startsWith(DURABILITY)) {
-                    off = option.substring(DURABILITY.length()).equals("off");
-                } else {
-                    options.append(options.length() == 0 ? '?' : '&').append(option);
+        if (this.location.length() < location.length()) {
+            for (String option : location.substring(this.location.length() + 1).split("&")) {
+                int equals = option.indexOf('=');
+                if (option.equals("mesk.durability=off")) {
+                    off = true;
+                } else if (equals > 0) {
+                    settings.setProperty(option.substring(0, equals), option.substring(equals + 1));
                 }
             }
         }
-        this.location = path + options;
-        this.durable = !off;
+        settings.putIfAbsent("busy_timeout", Integer.toString(BUSY_MILLISECONDS));
+        settings.setProperty("journal_mode", "WAL");
+        settings.setProperty("synchronous", off ? "OFF" : "FULL");
+        settings.setProperty("foreign_keys", "true");
         try {
-            this.file = path.isEmpty() || path.startsWith(":") || path.startsWith("file:") ? null
-                : Path.of(path).toAbsolutePath();
+            boolean memory = this.location.isEmpty() || this.location.equals(":memory:");
+            this.file = memory ? null : Path.of(this.location).toAbsolutePath();
         } catch (InvalidPathException notAPath) {
-            throw new StoreException(StoreCodes.CANNOT_CONNECT, "not the name of a file: " + path, notAPath);
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, "not the name of a file: " + location, notAPath);
         }
     }
 
@@ -53,11 +57,6 @@ final class SqliteDialect extends Dialect {
         if (file != null) {
             prepareFile();
         }
-        Properties settings = new Properties();
-        settings.setProperty("journal_mode", "WAL");
-        settings.setProperty("synchronous", durable ? "FULL" : "OFF");
-        settings.setProperty("foreign_keys", "true");
-        settings.setProperty("busy_timeout", Integer.toString(BUSY_MILLISECONDS));
         String url = JDBC.PREFIX + location;
         int pool = ConnectionPoolManager.getDefaultPoolSize();
         if (pool > 0 && file != null) {

@@ -28,7 +28,7 @@ final class Vault {
     private static final int TAG_BITS = 128;
 
     private final Path file;
-    private final SecureRandom random = new SecureRandom();
+    private SecureRandom random;
     private SecretKeySpec key;
 
     /** A vault whose key is in `file`, or only in memory when that is null. */
@@ -71,6 +71,9 @@ final class Vault {
     }
 
     private byte[] fresh(int length) {
+        if (random == null) {
+            random = new SecureRandom();
+        }
         byte[] bytes = new byte[length];
         random.nextBytes(bytes);
         return bytes;
@@ -92,9 +95,10 @@ final class Vault {
         try {
             return read();
         } catch (NoSuchFileException first) {
+            byte[] drawn = fresh(KEY_BYTES);
             Path draft = file.resolveSibling(file.getFileName() + "." + Long.toHexString(random.nextLong()));
             try {
-                write(draft, fresh(KEY_BYTES));
+                write(draft, drawn);
                 Files.createLink(file, draft);
                 try (FileChannel folder = FileChannel.open(file.getParent(), StandardOpenOption.READ)) {
                     folder.force(true);

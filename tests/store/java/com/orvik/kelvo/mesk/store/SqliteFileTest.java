@@ -1,0 +1,457 @@
+package com.orvik.kelvo.mesk.store;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertNotEquals;
+import static org.junit.jupiter.api.Assertions.assertNull;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.orvik.kelvo.common.parl.api.Context;
+import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.metadata.MDTask;
+import com.orvik.kelvo.mesk.metadata.MDTaskExec;
+import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
+import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
+import com.orvik.kelvo.mesk.metadata.MDTaskType;
+import com.orvik.kelvo.mesk.metadata.MDUtility;
+import com.orvik.kelvo.tools.conn.ConnectionPoolManager;
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.attribute.PosixFilePermissions;
+import java.sql.Connection;
+import java.sql.DriverManager;
+import java.sql.SQLException;
+import java.sql.Statement;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** What a store that is a file does with files that are wrong, full, locked, foreign or forbidden. */
+final class SqliteFileTest {
+    @TempDir
+    Path folder;
+
+    private final PARLException outcome = new PARLException(0, null);
+
+    private Path file() {
+        return folder.resolve("store.mesk");
+    }
+
+    private String url() {
+        return "jdbc:sqlite:" + file();
+    }
+
+    private int connect(String url) {
+        Context context = MDUtility.connectMD(url, null, "root", "open sesame", outcome);
+        int code = outcome.getRC();
+        if (context != null) {
+            MDUtility.disconnectMD(context, outcome);
+            assertEquals(StoreCodes.OK, outcome.getRC());
+        }
+        return code;
+    }
+
+    private void raw(String... statements) throws SQLException {
+        try (Connection connection = DriverManager.getConnection(url()); Statement statement =
+                connection.createStatement()) {
+            for (String each : statements) {
+                statement.execute(each);
+            }
+        }
+    }
+
+    @Test
+    void aNewStoreAndItsKeyAreForTheirOwnerOnly() throws IOException {
+        try (Session session = new Session(url())) {
+            MDTask task = session.newTask("secret");
+            assertFalse(Files.exists(folder.resolve("store.mesk.key")), "a key before there is a password");
+            task.setPasswordString("open sesame");
+            session.update(task);
+            session.commit();
+            try (Stream<Path> files = Files.list(folder)) {
+                for (Path each : (Iterable<Path>) files::iterator) {
+                    assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(each)),
+                        each.toString());
+                }
+            }
+        }
+        assertEquals(32, Files.size(folder.resolve("store.mesk.key")));
+    }
+
+    @Test
+    void aPathIsAStoreToo() {
+        assertEquals(StoreCodes.OK, connect(file().toString()));
+        assertTrue(Files.exists(file()));
+    }
+
+    @Test
+    void anEmptyFileBecomesAStore() throws IOException {
+        Files.createFile(file());
+        assertEquals(StoreCodes.OK, connect(url()));
+    }
+
+    @Test
+    void passwordsAreInNoFileInClear() throws IOException {
+        String password = "Correct-Horse-Battery";
+        try (Session session = new Session(url())) {
+            MDTask task = session.newTask("secret");
+            task.setPasswordString(password);
+            session.update(task);
+            MDTaskExec run = new MDTaskExec();
+            run.setPasswordString(password);
+            session.insert(run);
+            session.newHistory(task, 1, 2);
+            session.commit();
+            inNoFile(password);
+        }
+        inNoFile(password);
+        try (Session session = new Session(url())) {
+            assertEquals(password, session.task(1).getPasswordString());
+        }
+    }
+
+    private void inNoFile(String password) throws IOException {
+        try (Stream<Path> files = Files.list(folder)) {
+            for (Path each : (Iterable<Path>) files::iterator) {
+                String content = new String(Files.readAllBytes(each), StandardCharsets.ISO_8859_1);
+                assertFalse(content.contains(password), each.toString());
+                assertFalse(content.contains(password.substring(0, 8)), each.toString());
+            }
+        }
+    }
+
+    @Test
+    void equalPasswordsAreSealedDifferently() {
+        try (Session session = new Session(url())) {
+            for (String name : List.of("first", "second")) {
+                MDTask task = session.newTask(name);
+                task.setPasswordString("same");
+                session.update(task);
+            }
+            assertEquals(2, session.number("SELECT count(DISTINCT password) FROM task"));
+        }
+    }
+
+    @Test
+    void aPasswordWithoutItsKeyIsDamagedAndTheRestOfTheTaskIsThere() throws IOException {
+        try (Session session = new Session(url())) {
+            MDTask task = session.newTask("secret");
+            task.setPasswordString("open sesame");
+            session.update(task);
+            session.commit();
+        }
+        byte[] key = Files.readAllBytes(folder.resolve("store.mesk.key"));
+        key[0] ^= 1;
+        Files.write(folder.resolve("store.mesk.key"), key);
+        lockedSecret();
+        Files.delete(folder.resolve("store.mesk.key"));
+        lockedSecret();
+    }
+
+    private void lockedSecret() {
+        try (Session session = new Session(url())) {
+            MDTask task = session.task(1);
+            assertNull(task.getPasswordString());
+            assertNull(task.getPassword());
+            assertNull(task.getPassword(session.context, session.outcome));
+            session.expect(StoreCodes.DAMAGED);
+            assertEquals("secret", task.getTaskName());
+            task.setDescription("still writable");
+            session.update(task);
+        }
+    }
+
+    @Test
+    void twoSessionsAgreeOnOneKey() {
+        try (Session first = new Session(url()); Session second = new Session(url())) {
+            MDTask one = first.newTask("one");
+            one.setPasswordString("1");
+            first.update(one);
+            first.commit();
+            MDTask two = second.newTask("two");
+            two.setPasswordString("2");
+            second.update(two);
+            second.commit();
+            assertEquals("2", first.task(two.getTaskID()).getPasswordString());
+            assertEquals("1", second.task(one.getTaskID()).getPasswordString());
+        }
+    }
+
+    @Test
+    void aTextFileIsNotAStoreAndStaysAsItIs() throws IOException {
+        byte[] text = "Dear diary, this is long enough to be read as a header of some hundred bytes.\n".repeat(50)
+            .getBytes(StandardCharsets.UTF_8);
+        Files.write(file(), text);
+        assertEquals(StoreCodes.NOT_A_STORE, connect(url()));
+        assertTrue(Arrays.equals(text, Files.readAllBytes(file())));
+        Files.write(file(), "short".getBytes(StandardCharsets.UTF_8));
+        assertEquals(StoreCodes.NOT_A_STORE, connect(url()));
+        assertEquals("short", Files.readString(file()));
+    }
+
+    @Test
+    void anotherDatabaseIsNotAStoreAndStaysAsItIs() throws SQLException {
+        raw("CREATE TABLE album (title TEXT)");
+        assertEquals(StoreCodes.NOT_A_STORE, connect(url()));
+        raw("INSERT INTO album VALUES ('kept')");
+        try (Connection connection = DriverManager.getConnection(url()); Statement statement =
+                connection.createStatement()) {
+            assertEquals(1, statement.executeQuery("SELECT count(*) FROM sqlite_master").getInt(1));
+        }
+    }
+
+    @Test
+    void aNewerStoreIsRefusedUnchanged() throws SQLException {
+        assertEquals(StoreCodes.OK, connect(url()));
+        raw("UPDATE store_schema SET version = version + 1");
+        assertEquals(StoreCodes.STORE_TOO_NEW, connect(url()));
+        raw("UPDATE store_schema SET version = version - 1");
+        assertEquals(StoreCodes.OK, connect(url()));
+        raw("DELETE FROM store_schema");
+        assertEquals(StoreCodes.DAMAGED, connect(url()));
+    }
+
+    @Test
+    void aDamagedFileIsToldFromOtherFailures() throws IOException {
+        try (Session session = new Session(url())) {
+            for (int i = 0; i < 200; i++) {
+                MDTask task = session.newTask("task " + i);
+                task.setScriptContentString("x".repeat(4000));
+                session.update(task);
+            }
+            session.commit();
+        }
+        byte[] content = Files.readAllBytes(file());
+        for (int i = 8192; i < content.length; i++) {
+            content[i] = (byte) 0xA5;
+        }
+        Files.write(file(), content);
+        Context context = MDUtility.connectMD(url(), null, null, null, outcome);
+        if (context != null) {
+            new MDTaskType().retrieveList(context, outcome);
+        }
+        assertEquals(StoreCodes.DAMAGED, outcome.getRC(), outcome.getMessage());
+        assertEquals(11, MDUtility.getNestedSQLCode(outcome));
+    }
+
+    @Test
+    void whatCannotBeReachedIsToldApart() {
+        assertEquals(StoreCodes.CANNOT_CONNECT, connect(null));
+        assertEquals(StoreCodes.CANNOT_CONNECT, connect(""));
+        assertEquals(StoreCodes.CANNOT_CONNECT, connect("jdbc:nothing:here?password=open sesame"));
+        assertFalse(outcome.getMessage().contains("sesame"));
+        assertEquals(StoreCodes.CANNOT_CONNECT, connect(folder.resolve("missing/store.mesk").toString()));
+        assertEquals(StoreCodes.CANNOT_CONNECT, connect(folder.toString()));
+        assertEquals(StoreCodes.CANNOT_CONNECT, connect("a\0b"));
+    }
+
+    @Test
+    void aFolderOrFileThatCannotBeWrittenIsReadOnly() throws Exception {
+        Path locked = Files.createDirectory(folder.resolve("locked"));
+        Path inside = locked.resolve("store.mesk");
+        assertEquals(StoreCodes.OK, connect(inside.toString()));
+        Files.setPosixFilePermissions(folder, PosixFilePermissions.fromString("rwxr-xr-x"));
+        Files.setPosixFilePermissions(inside, PosixFilePermissions.fromString("r--r--r--"));
+        Files.setPosixFilePermissions(locked, PosixFilePermissions.fromString("rwxrwxrwx"));
+        assertEquals(StoreCodes.READ_ONLY, codeOfOrdinaryUser(inside));
+        Files.setPosixFilePermissions(locked, PosixFilePermissions.fromString("r-xr-xr-x"));
+        assertEquals(StoreCodes.READ_ONLY, codeOfOrdinaryUser(inside));
+        assertEquals(StoreCodes.READ_ONLY, codeOfOrdinaryUser(locked.resolve("new.mesk")));
+        Files.setPosixFilePermissions(locked, PosixFilePermissions.fromString("rwxrwxrwx"));
+        assertEquals(StoreCodes.OK, codeOfOrdinaryUser(locked.resolve("new.mesk")));
+    }
+
+    /** Rights do not bind the superuser of the machine: a test that he runs asks as somebody else. */
+    private int codeOfOrdinaryUser(Path store) throws Exception {
+        boolean root = "root".equals(System.getProperty("user.name"));
+        List<String> before = root
+            ? List.of("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups") : List.of();
+        try (Child child = new Child(before, List.of(), Connector.class, store.toString())) {
+            String line = child.finish().get(0);
+            assertTrue(line.startsWith("code "), line);
+            return Integer.parseInt(line.substring(5));
+        }
+    }
+
+    @Test
+    void aFullDatabaseAnswersItsCodeAndKeepsWhatWasCommitted() {
+        int stored = 0;
+        try (Session session = new Session(url() + "?max_page_count=150")) {
+            session.commit();
+            while (session.outcome.getRC() == StoreCodes.OK) {
+                MDTask task = new MDTask();
+                task.setTaskName("task " + stored);
+                task.setScriptContentString("x".repeat(20_000));
+                task.insert(session.context, session.outcome);
+                if (session.outcome.getRC() == StoreCodes.OK) {
+                    MDUtility.commit(session.context, session.outcome);
+                    stored++;
+                }
+            }
+            session.expect(StoreCodes.DISK_FULL);
+            assertEquals(13, MDUtility.getNestedSQLCode(session.outcome));
+            assertTrue(stored > 5);
+            MDUtility.rollback(session.context, session.outcome);
+            session.done();
+        }
+        try (Session session = new Session(url())) {
+            assertEquals(stored, session.number("SELECT count(*) FROM task"));
+            session.newTask("room again");
+            session.commit();
+        }
+    }
+
+    @Test
+    void aUnitOfWorkThatTheDatabaseEndedCannotBeCommitted() throws SQLException {
+        assertEquals(StoreCodes.OK, connect(url()));
+        raw("CREATE TRIGGER bomb BEFORE INSERT ON task WHEN new.task_name = 'bomb'"
+            + " BEGIN SELECT RAISE(ROLLBACK, 'ended'); END");
+        try (Session session = new Session(url())) {
+            MDTask lost = session.newTask("lost");
+            MDTask bomb = new MDTask();
+            bomb.setTaskName("bomb");
+            session.insert(bomb, StoreCodes.SQL_ERROR);
+            assertEquals(0, lost.version());
+            MDTask refused = new MDTask();
+            refused.setTaskName("refused");
+            session.insert(refused, StoreCodes.SQL_ERROR);
+            MDUtility.commit(session.context, session.outcome);
+            session.expect(StoreCodes.SQL_ERROR);
+            session.insert(refused);
+            session.commit();
+            assertFalse(session.has(lost));
+            assertTrue(session.has(refused));
+        }
+    }
+
+    @Test
+    void aStoreThatOthersLockIsBusyAndFreeAgainAfterwards() throws Exception {
+        try (Session session = new Session(url()); Session other = new Session(url() + "?busy_timeout=1")) {
+            session.newTask("holds the lock");
+            MDTask waiting = new MDTask();
+            waiting.setTaskName("waiting");
+            other.insert(waiting, StoreCodes.BUSY);
+            assertEquals(0, waiting.version());
+            assertEquals(5, MDUtility.getNestedSQLCode(other.outcome));
+            session.commit();
+            other.insert(waiting);
+            other.commit();
+        }
+    }
+
+    @Test
+    void manyProcessesMayMakeOneStore() throws Exception {
+        List<Child> children = new ArrayList<>();
+        for (int i = 0; i < 4; i++) {
+            children.add(new Child(Connector.class, url()));
+        }
+        for (Child child : children) {
+            assertEquals(List.of("code 0"), child.finish());
+        }
+        try (Session session = new Session(url(), "late")) {
+            assertEquals(1, session.number("SELECT count(*) FROM principal"));
+        }
+    }
+
+    @Test
+    void durabilityCanBeGivenUpForSimulations() {
+        try (Session safe = new Session(url()); Session fast = new Session(url() + "?mesk.durability=off")) {
+            assertEquals(2, safe.number("PRAGMA synchronous"));
+            assertEquals(0, fast.number("PRAGMA synchronous"));
+            fast.newTask("fast");
+            fast.commit();
+        }
+    }
+
+    @Test
+    void aStoreInMemoryWorksAndLeavesNoFile() throws IOException {
+        try (Session session = new Session("jdbc:sqlite::memory:")) {
+            MDTask task = session.newTask("volatile");
+            task.setPasswordString("secret");
+            session.update(task);
+            session.commit();
+            assertEquals("secret", session.task(task.getTaskID()).getPasswordString());
+        }
+        try (Stream<Path> files = Files.list(folder)) {
+            assertEquals(0, files.count());
+        }
+    }
+
+    @Test
+    void pooledConnectionsAreUsedAgain() {
+        ConnectionPoolManager.setDefaultPoolSize(2);
+        try {
+            for (int i = 0; i < 5; i++) {
+                try (Session session = new Session(url())) {
+                    session.newTask("task " + i);
+                    session.commit();
+                    session.newTask("rolled back " + i);
+                }
+            }
+            try (Session session = new Session(url())) {
+                assertEquals(5, session.number("SELECT count(*) FROM task"));
+                assertEquals(2, session.number("PRAGMA synchronous"));
+                assertEquals(1, session.number("PRAGMA foreign_keys"));
+            }
+        } finally {
+            ConnectionPoolManager.setDefaultPoolSize(-1);
+            assertEquals(0, ConnectionPoolManager.getDefaultPoolSize());
+        }
+    }
+
+    @Test
+    void peopleReadTimesInTheViews() {
+        try (Session session = new Session(url())) {
+            MDTask task = session.newTask("viewed");
+            session.newRun(task, session.newRule(task), 1_700_000_000_123L);
+            session.newHistory(task, 1_700_000_000_123L, 4);
+            assertEquals(1, session.number("SELECT count(*) FROM task_v WHERE state = 'idle'"));
+            assertEquals(1, session.number("SELECT count(*) FROM task_exec_v WHERE task_name = 'viewed'"
+                + " AND status = 'queued' AND next_start_utc = '2023-11-14 22:13:20.123'"));
+            assertEquals(1, session.number("SELECT count(*) FROM task_history_v WHERE status = 'missed'"
+                + " AND start_utc = '2023-11-14 22:13:20.123'"));
+            assertEquals(0, session.number("SELECT count(*) FROM run_claim_v"));
+        }
+    }
+
+    @Test
+    void listingAndPruningUseTheIndexes() {
+        try (Session session = new Session(url())) {
+            for (String query : List.of(
+                    "SELECT * FROM task_exec ORDER BY next_start_date_time, task_exec_id",
+                    "SELECT * FROM task_history ORDER BY start_time DESC, task_history_id DESC",
+                    "SELECT * FROM task_history WHERE task_id = 1 AND suffix = 0 AND start_time < 5",
+                    "SELECT * FROM task_history WHERE task_id = 1 ORDER BY start_time",
+                    "SELECT * FROM task_snapshot WHERE task_id = 1 AND suffix = 0 AND digest = x'00'",
+                    "SELECT * FROM task_result WHERE task_history_id = 1",
+                    "SELECT * FROM task_exec WHERE task_id = 1 AND suffix = 0")) {
+                String plan = Operation.read(session.context, session.outcome, null, database ->
+                    database.sql().list("EXPLAIN QUERY PLAN " + query, row -> row.getString("detail")).toString());
+                assertTrue(plan.contains("USING INDEX"), () -> query + ": " + plan);
+            }
+        }
+    }
+
+    @Test
+    void historyOfManyRunsIsListedFromOneSessionWhileAnotherWrites() {
+        try (Session writer = new Session(url() + "?mesk.durability=off"); Session reader = new Session(url())) {
+            MDTask task = writer.newTask("busy");
+            for (int i = 0; i < 50; i++) {
+                MDTaskHistory history = writer.newHistory(task, i, 1);
+                if (i % 10 == 9) {
+                    writer.commit();
+                }
+                int listed = new MDTaskHistoryType().retrieveList(reader.context, reader.outcome).size();
+                assertEquals((i + 1) / 10 * 10, listed);
+                history.setRunningStatus(2);
+                writer.update(history);
+            }
+            assertNotEquals(0, writer.key());
+        }
+    }
+}
