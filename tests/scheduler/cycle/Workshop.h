@@ -1,0 +1,253 @@
+// A store on disk, a clock that stands still, and processes that run when the test says so.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <mesk/history/MDTaskHistory.h>
+#include <mesk/history/MDTaskHistoryType.h>
+#include <mesk/queue/MDTaskExecType.h>
+#include <mesk/schedule/MDScheduleEvent.h>
+#include <mesk/tasks/MDTask.h>
+#include <mesk/tasks/MDTaskType.h>
+#include <mesk/values/SQLDate.h>
+#include <mesk/values/SQLTime.h>
+#include <platform/Clock.h>
+#include <scheduler/RunOptions.h>
+#include <scheduler/Scheduler.h>
+#include <scheduler/Session.h>
+
+namespace mesk::host {
+
+/// Remembers what was started; an attempt ends when the test says how.
+class FakeLauncher : public RunLauncher {
+ public:
+  void start(const AttemptID& id, const RunRequest& request) override {
+    if (!refuse.empty()) throw std::runtime_error(refuse);
+    started.emplace_back(id, request);
+  }
+  RunnerState adopt(const AttemptID& id) override {
+    adopted.push_back(id);
+    const auto ended = endedAway.find(id);
+    if (ended != endedAway.end()) return RunnerFinished{ended->second};
+    if (alive) return RunnerAlive{};
+    return RunnerVanished{"no such runner"};
+  }
+  std::string output(const AttemptID&) override { return outputText; }
+  void forget(const AttemptID& id) override { forgotten.push_back(id); }
+
+  std::vector<std::pair<AttemptID, RunRequest>> started;
+  std::vector<AttemptID> adopted;
+  std::vector<AttemptID> forgotten;
+  std::map<AttemptID, RunStatus> endedAway;  ///< attempts that ended while no scheduler looked
+  bool alive = false;                        ///< whether attempts of earlier schedulers still go
+  std::string refuse;                        ///< why nothing can be started
+  std::string outputText = "hello\n";
+};
+
+/// What a history record says.
+struct RunRecord {
+  long long run;
+  std::string task;
+  int status;
+  int returnCode;
+  int retryCount;
+  int invocation;
+  std::int64_t start;
+  std::string journal;
+};
+
+struct RuleText {
+  int type;
+  int unit;
+  int detail = 0;
+  int recurring = 1;
+  const char* end = nullptr;
+};
+
+class SchedulerTest : public testing::Test {
+ protected:
+  /// 2026-01-05 00:00 UTC, a Monday; the rules of the tests start here.
+  static constexpr std::int64_t kStart = 1767571200000;
+  static constexpr std::int64_t kMinute = 60'000;
+  static constexpr std::int64_t kHour = 60 * kMinute;
+  static constexpr std::int64_t kDay = 24 * kHour;
+
+  SchedulerTest() {
+    folder_ = std::filesystem::temp_directory_path() / ("mesk-cycle-" + std::to_string(::getpid()) + "-" +
+                                                        testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(folder_);
+    setClock(kStart);
+    session_ = std::make_unique<Session>(address());
+  }
+  ~SchedulerTest() override {
+    scheduler_.reset();
+    session_.reset();
+    resetClock();
+    std::filesystem::remove_all(folder_);
+  }
+
+  /// What is lost in a power cut is not what these tests are about.
+  StoreAddress address() const {
+    return StoreAddress("jdbc:sqlite:" + (folder_ / "store.mesk").string() + "?mesk.durability=off");
+  }
+  ThreadContext& ctx() { return session_->ctx(); }
+
+  Scheduler& scheduler() {
+    if (scheduler_ == nullptr) {
+      scheduler_ = std::make_unique<Scheduler>(*session_, launcher_, Scheduler::Options{limit_},
+                                               [this](auto line) { reports_.push_back(line); });
+      scheduler_->load();
+    }
+    return *scheduler_;
+  }
+
+  /// As if the process had died and another one started: nothing of the queue in memory is left.
+  void restart() {
+    session_->rollback();
+    scheduler_.reset();
+    scheduler();
+  }
+
+  struct TaskText {
+    const char* name = "task";
+    RunOptions options = {};
+    int retryCount = 0;
+    int retryInterval = 0;
+  };
+
+  /// Stores a task with a rule that starts at `kStart`, and its first execution.
+  long long addTask(const TaskText& what, std::optional<RuleText> rule) {
+    long long id = 0;
+    session_->transact([&] {
+      int rc = 0;
+      int sqlCode = 0;
+      MDTask task(ctx(), session_->context(), rc, sqlCode);
+      id = task.getReferenceID(ctx(), session_->context(), rc, sqlCode);
+      task.setTaskID(ctx(), id);
+      task.setTaskName(ctx(), what.name);
+      task.setTaskType(ctx(), 1);
+      task.setScriptContentString(ctx(), "true");
+      task.setScheduleEnable(ctx(), 1);
+      task.setRetryCount(ctx(), what.retryCount);
+      task.setRetryInterval(ctx(), what.retryInterval);
+      task.setAdditionalParameters(ctx(), what.options.toJson().c_str());
+      session_->check(task.insert(ctx(), session_->context(), sqlCode), sqlCode, "insert task");
+      if (rule) {
+        MDScheduleEvent event(ctx(), session_->context(), rc, sqlCode);
+        const long long ruleID = event.getReferenceID(ctx(), session_->context(), rc, sqlCode);
+        event.setScheduleEventID(ctx(), ruleID);
+        SQLDate date(ctx(), static_cast<long long>(kStart));
+        SQLTime time(ctx(), static_cast<long long>(kStart));
+        event.setStartDate(ctx(), &date);
+        event.setStartTime(ctx(), &time);
+        event.setIntervalType(ctx(), rule->type);
+        event.setIntervalUnit(ctx(), rule->unit);
+        event.setDetail(ctx(), rule->detail);
+        event.setRecurring(ctx(), rule->recurring);
+        session_->check(event.insert(ctx(), session_->context(), sqlCode), sqlCode, "insert rule");
+        session_->check(task.addScheduleEvent(ctx(), session_->context(), event, sqlCode), sqlCode, "add rule");
+        addExecution(id, ruleID, kStart, true);
+      }
+    });
+    return id;
+  }
+
+  long long addExecution(long long taskID, long long ruleID, std::int64_t start, bool scheduled) {
+    int rc = 0;
+    int sqlCode = 0;
+    MDTaskExec exec(ctx(), session_->context(), rc, sqlCode);
+    const long long id = exec.getReferenceID(ctx(), session_->context());
+    exec.setTaskExecID(ctx(), id);
+    exec.setTaskID(ctx(), taskID);
+    exec.setScheduleEventID(ctx(), ruleID);
+    exec.setSharedNamedScheduleID(ctx(), -1);
+    exec.setStatus(ctx(), kExecQueued);
+    exec.setStartedByRunNow(ctx(), scheduled ? 0 : 1);
+    auto stamp = session_->timestamp(start);
+    exec.setNextStartDateTime(ctx(), &stamp);
+    if (scheduled) exec.setOriginalScheduleTime(ctx(), &stamp);
+    session_->check(exec.insert(ctx(), session_->context(), sqlCode), sqlCode, "insert execution");
+    return id;
+  }
+
+  std::unique_ptr<MDTask> task(long long id) {
+    int rc = 0;
+    int sqlCode = 0;
+    return wrapped<MDTask>(ctx(), MDTaskType::retrieveTask(ctx(), session_->context(), id, 0, rc, sqlCode));
+  }
+
+  /// The history, oldest key first.
+  std::vector<RunRecord> records() {
+    int rc = 0;
+    int sqlCode = 0;
+    MDTaskHistoryType home(ctx(), session_->context(), rc, sqlCode);
+    MDTaskHistory** items = nullptr;
+    int count = 0;
+    EXPECT_EQ(home.retrieveList(ctx(), session_->context(), items, count, sqlCode), 0);
+    std::vector<RunRecord> result;
+    for (const auto& record : owned(items, count)) {
+      result.push_back({record->getTaskHistoryID(ctx()), text(record->getTaskName(ctx())),
+                        record->getRunningStatus(ctx()), record->getReturnCode(ctx()), record->getRetryCount(ctx()),
+                        record->getInvocationMethod(ctx()), session_->millis(record->getStart(ctx())).value_or(-1),
+                        text(record->getJournalResult(ctx()))});
+    }
+    std::sort(result.begin(), result.end(), [](const auto& a, const auto& b) { return a.run < b.run; });
+    return result;
+  }
+
+  /// The statuses of `records`, for a glance.
+  std::vector<int> statuses() {
+    std::vector<int> result;
+    for (const auto& record : records()) result.push_back(record.status);
+    return result;
+  }
+
+  /// The next starts of the stored executions, soonest first.
+  std::vector<std::int64_t> queued() {
+    int rc = 0;
+    int sqlCode = 0;
+    MDTaskExecType home(ctx(), session_->context(), rc, sqlCode);
+    MDTaskExec** items = nullptr;
+    int count = 0;
+    EXPECT_EQ(home.retrieveList(ctx(), session_->context(), items, count, sqlCode), 0);
+    std::vector<std::int64_t> result;
+    for (const auto& exec : owned(items, count)) {
+      if (exec->isQueued(ctx()) != 0) result.push_back(*session_->millis(exec->getNextStartDateTime(ctx())));
+    }
+    return result;
+  }
+
+  /// Ends the attempt that was started last.
+  void end(int returnCode, bool timedOut = false) {
+    RunStatus status;
+    status.returnCode = returnCode;
+    status.timedOut = timedOut;
+    status.startedMillis = startedAt_;
+    status.endedMillis = clockMillis();
+    scheduler().finished(launcher_.started.back().first, status);
+  }
+
+  void runDue() {
+    startedAt_ = clockMillis();
+    scheduler().startDue();
+  }
+
+  void goTo(std::int64_t millis) { setClock(millis); }
+
+  std::filesystem::path folder_;
+  std::unique_ptr<Session> session_;
+  FakeLauncher launcher_;
+  std::unique_ptr<Scheduler> scheduler_;
+  std::vector<std::string> reports_;
+  std::size_t limit_ = 4;
+  std::int64_t startedAt_ = kStart;
+};
+
+}  // namespace mesk::host
