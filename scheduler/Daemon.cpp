@@ -64,6 +64,15 @@ void drain(int fd) {
   }
 }
 
+/// Brackets work on the store with the scheduler's latch, as every thread of a host does.
+class StoreWork {
+ public:
+  StoreWork() { MDUtility::getLatch(); }
+  ~StoreWork() { MDUtility::freeLatch(); }
+  StoreWork(const StoreWork&) = delete;
+  StoreWork& operator=(const StoreWork&) = delete;
+};
+
 void report(const std::string& line) { spdlog::info("{}", line); }
 
 }  // namespace
@@ -114,6 +123,7 @@ Daemon::End Daemon::run() {
 bool Daemon::step() {
   std::optional<std::int64_t> until;
   try {
+    const StoreWork work;
     if (!loaded_ && clockMillis() >= loadAt_) {
       scheduler_->load();
       removeLeftovers();
@@ -171,6 +181,7 @@ void Daemon::wait(std::optional<std::int64_t> until) {
   if (watched[1].revents != 0) onSignal();
   if (watched[3].revents != 0) onZone();
   try {
+    const StoreWork work;
     if (watched[2].revents != 0 && notice_.drain() && loaded_) scheduler_->refresh();
     for (std::size_t i = 0; loaded_ && i < runners.size(); ++i) {
       if (watched[fixed + i].revents != 0) onEnded(runners[i].second);
