@@ -94,8 +94,8 @@ int moveDays(std::tm& cur, time64& time, std::uint32_t days) {
   asked.tm_mday = sum(asked.tm_mday, days);
   if (!convertKeepingHour(cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
   if (cur.tm_hour != asked.tm_hour) {
-    // The day lacks the hour: the run falls on the day that lies as far behind it. The second try has left the hour
-    // before the gap, which the flag 0 brings back to the hour asked for.
+    // The day lacks the hour: the run falls on the day that lies as far behind it. Coming from standard time, the
+    // second try has left the hour before the gap, which the flag 0 brings back to the hour asked for.
     cur.tm_mday = sum(cur.tm_mday, days);
     cur.tm_isdst = 0;
     if (!convert(cur, time)) return notConvertible(trace, kFirstPhaseProbe, cur);

@@ -21,6 +21,8 @@ const std::vector<Example> kBerlin = {
      "2024-04-02 02:30:00 +0200", "of every second day, two days after"},
     {"Europe/Berlin", "2024-03-30 12:00:00 +0100", "2024-03-24 02:30:00 +0100", Rule(kEveryWeeks, 1, 0), 0, 0,
      "2024-04-07 02:30:00 +0200", "of every week, a week after"},
+    {"Europe/Berlin", "2024-03-30 12:00:00 +0100", "2023-10-22 02:30:00 +0200", Rule(kEveryWeeks, 23, 0), 0, 0,
+     "2024-09-08 04:30:00 +0200", "from a summer into the gap of the next, the run behind it is two hours late"},
     {"Europe/Berlin", "2024-03-30 12:00:00 +0100", "2024-03-30 03:00:00 +0100", Rule(kEveryDays, 1), 0, 0,
      "2024-03-31 03:00:00 +0200", "03:00 is there"},
     {"Europe/Berlin", "2024-03-30 12:00:00 +0100", "2024-03-27 02:30:00 +0100", Rule(kEveryWeeks, 1, 0), 1, 0,
