@@ -33,8 +33,8 @@ JvmTest::JvmTest() : ctx(contextOfProgram()), script(ctx.env), context(newStoreC
 JvmTest::~JvmTest() {
   EXPECT_EQ(jni.locals(), 0) << "local references left behind";
   EXPECT_EQ(jni.globals(), 0) << "global references left behind";
+  EXPECT_FALSE(takePendingException()) << "an exception of Java left pending";
   const JniTable::Pause pause(ctx.env);
-  ctx.env->ExceptionClear();
   ctx.env->DeleteGlobalRef(context);
   ctx.env->PopLocalFrame(nullptr);
 }
@@ -58,9 +58,9 @@ jstring JvmTest::javaString(const char* text) {
 
 bool JvmTest::takePendingException() {
   const JniTable::Pause pause(ctx.env);
-  const bool pending = ctx.env->ExceptionCheck() == JNI_TRUE;
-  ctx.env->ExceptionClear();
-  return pending;
+  if (!ctx.env->ExceptionCheck()) return false;
+  ctx.env->ExceptionDescribe();  // clears it too
+  return true;
 }
 
 std::string taken(char* text) {

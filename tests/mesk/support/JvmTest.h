@@ -12,7 +12,7 @@
 namespace mesk::test {
 
 /// One JVM a program, started with the fake store; a fresh script for each test. A test that leaves a local or global
-/// reference behind fails. A pending exception that a test leaves is cleared.
+/// reference behind, or an exception of Java pending, fails.
 class JvmTest : public ::testing::Test {
  protected:
   JvmTest();
@@ -25,7 +25,7 @@ class JvmTest : public ::testing::Test {
   /// A new Java string, not counted, that lives until the test ends.
   jstring javaString(const char* text);
 
-  /// Whether Java's exception is pending; clears it.
+  /// Whether an exception of Java is pending; shows and clears it.
   bool takePendingException();
 
   ThreadContext& ctx;  ///< of the test's thread
