@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -133,7 +134,8 @@ Tally compare(const Zone& zone, Fault fault, int cases) {
   const PlainCalendar calendar(zone, fault);
   Dice dice(zone, seed());
   Tally tally;
-  while (tally.compared < cases) {
+  // A planted fault needs to be found once only.
+  while (tally.compared < cases && (fault == Fault::kNone || tally.different == 0)) {
     const Case c = dice.next();
     const auto expected = calendar.next(c.rule, sys_seconds(std::chrono::seconds(c.now)),
                                         sys_seconds(std::chrono::seconds(c.reference)), c.allowReference);
@@ -206,9 +208,10 @@ TEST(ScheduleDifferentialTest, EveryMistakePlantedInThePlainSteppingIsFound) {
       {Fault::kFifthIsNextMonth, "fifth weekday runs over"},
   };
   for (const Planted& planted : mistakes) {
-    int different = 0;
-    for (const Zone& zone : kZones) different += compare(zone, planted.fault, 2000).different;
-    EXPECT_GT(different, 0) << planted.what;
+    const bool found = std::any_of(std::begin(kZones), std::end(kZones), [&planted](const Zone& zone) {
+      return compare(zone, planted.fault, 2000).different > 0;
+    });
+    EXPECT_TRUE(found) << planted.what;
   }
 }
 
