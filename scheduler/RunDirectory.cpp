@@ -6,6 +6,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <exception>
@@ -35,6 +36,16 @@ pid_t signedBy(int lock) {
   // Without its line end the number may be half written.
   if (count > 0 && text[count - 1] == '\n') std::from_chars(text, text + count, pid);
   return pid;
+}
+
+// What the runner said of its own trouble, ready to follow another text.
+std::string complaints(const std::string& path) {
+  try {
+    const std::string said = readFile(path + "/" + RunDirectory::kComplaints);
+    return said.empty() ? "" : "; " + said.substr(0, std::min<std::size_t>(said.find('\n'), 1024));
+  } catch (const std::system_error&) {
+    return "";
+  }
 }
 
 }  // namespace
@@ -70,7 +81,7 @@ RunnerState RunDirectory::inspect() const {
   try {
     return RunnerFinished{RunStatus::fromJson(readFile(path_ + "/status.json"))};
   } catch (const std::exception& none) {
-    return RunnerVanished{none.what()};
+    return RunnerVanished{none.what() + complaints(path_)};
   }
 }
 

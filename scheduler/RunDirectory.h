@@ -1,7 +1,8 @@
 // The directory of one attempt, as meskd sees it: what has become of it, and what it left.
 //
 // It holds `run.json` (the request), `lock` (held by the runner as long as it lives; its content is
-// the runner's process id), `output`, `script` and at the end `status.json`. Only its owner can enter.
+// the runner's process id), `output`, `script`, `runner.log` (what kept the runner from its work) and
+// at the end `status.json`. Only its owner can enter.
 #pragma once
 
 #include <sys/types.h>
@@ -53,6 +54,7 @@ class RunDirectory {
   void remove() const;
 
   static constexpr int kSignPatienceMillis = 10000;
+  static constexpr const char* kComplaints = "runner.log";
 
  private:
   std::string path_;

@@ -397,6 +397,16 @@ void attempt(const std::string& directory, int stopSignals, RunStatus& status) {
                                           : how.si_status;
 }
 
+// What the parent left open, its sockets above all, must not live as long as this process.
+void closeInherited(int lockFd) {
+  const int lowest = STDERR_FILENO + 1;
+  const auto close = [](int first, unsigned last) {
+    if (static_cast<unsigned>(first) <= last) ::close_range(static_cast<unsigned>(first), last, 0);
+  };
+  if (lockFd >= lowest) close(lowest, static_cast<unsigned>(lockFd) - 1);
+  close(std::max(lockFd + 1, lowest), ~0U);
+}
+
 // Tells whoever comes by who holds the lock.
 void signLock(int lockFd) {
   const std::string pid = std::to_string(::getpid()) + "\n";
@@ -411,6 +421,7 @@ int runAttempt(const std::string& directory, int lockFd) {
   RunStatus status;
   status.startedMillis = nowMillis();
   try {
+    closeInherited(lockFd);
     ::umask(077);
     ::setsid();  // fails for the leader of a group, who has no terminal to lose that matters
     for (const int ignored : {SIGHUP, SIGPIPE, SIGXFSZ, SIGQUIT, SIGUSR1, SIGUSR2}) ::signal(ignored, SIG_IGN);

@@ -45,6 +45,10 @@ UniqueFd makeLock(const std::string& path) {
 pid_t spawn(const std::string& runner, const std::string& directory, int lock) {
   SpawnActions actions;
   ::posix_spawn_file_actions_addopen(&actions.value, 0, "/dev/null", O_RDONLY, 0);
+  // Not this process's own outputs: who waits for their end would wait for all runs.
+  ::posix_spawn_file_actions_addopen(&actions.value, 1, "/dev/null", O_WRONLY, 0);
+  const std::string complaints = directory + "/" + RunDirectory::kComplaints;
+  ::posix_spawn_file_actions_addopen(&actions.value, 2, complaints.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
   ::posix_spawn_file_actions_adddup2(&actions.value, lock, kLockFd);
 
   // Nothing of this process's environment but what the runner passes on: the rest may hold secrets.

@@ -188,9 +188,18 @@ TEST_F(RunnerTest, AScriptThatNeverStopsPrintingRunsOutOfTime) {
 
 TEST_F(RunnerTest, ARunThatIsToldToEndHasTimeToCleanUp) {
   const Fifo up(scratch_.at("up"));
-  const Fifo never(scratch_.at("never"));
   request_.graceMillis = 600000;
-  const RunnerAlive runner = start("trap 'echo cleaned; exit 0' TERM; cat never & echo up >up; wait");
+  // A shell's children can lose a signal between fork and exec; this has none, and waits without a gap.
+  request_.processor = "perl";
+  const RunnerAlive runner = start(R"(
+    use POSIX;
+    sigprocmask(SIG_BLOCK, POSIX::SigSet->new(SIGTERM));
+    $SIG{TERM} = sub { print "cleaned\n"; exit 0 };
+    open(my $up, '>', 'up') or die;
+    print $up "up\n";
+    close $up;
+    sigsuspend(POSIX::SigSet->new);
+  )");
   EXPECT_EQ(up.read(), "up\n");
   RunnerClient::terminate(runner);
   awaitEnd(runner);
@@ -389,6 +398,33 @@ TEST_F(RunnerTest, AKilledRunnerHasVanishedAndItsScriptGoesWithIt) {
   RunnerState state = client_.directory("1").inspect();
   EXPECT_NE(std::get_if<RunnerVanished>(&state), nullptr);
   EXPECT_EQ(::read(reader.get(), text, sizeof text), 0);
+}
+
+TEST_F(RunnerTest, ARunnerThatCannotWriteItsStatusVanishesAndSaysWhy) {
+  const Fifo go(scratch_.at("go"));
+  const RunnerAlive runner = start("read x <go");
+  std::filesystem::create_directory(client_.directory("1").path() + "/status.json");
+  go.write();
+  awaitEnd(runner);
+  RunnerState state = client_.directory("1").inspect();
+  const auto* vanished = std::get_if<RunnerVanished>(&state);
+  ASSERT_NE(vanished, nullptr);
+  EXPECT_NE(vanished->why.find("; mesk-runner: "), std::string::npos) << vanished->why;
+}
+
+TEST_F(RunnerTest, NothingOfTheSchedulerStaysOpenInTheRunner) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);  // would be inherited
+  const Fifo go(scratch_.at("go"));
+  const Fifo up(scratch_.at("up"));
+  const RunnerAlive runner = start("echo up >up; read x <go");
+  EXPECT_EQ(up.read(), "up\n");
+  ::close(ends[1]);
+  char none = 0;
+  EXPECT_EQ(::read(ends[0], &none, 1), 0);
+  ::close(ends[0]);
+  go.write();
+  awaitEnd(runner);
 }
 
 TEST_F(RunnerTest, ARunThatNeverWasHasVanished) {
