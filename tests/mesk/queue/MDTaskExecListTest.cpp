@@ -565,7 +565,7 @@ TEST_F(MDTaskExecListTest, InsertNextExecStoresAQueuedCopyWithAKeyOfItsOwnAndDoe
   EXPECT_EQ(next->getTaskExecID(ctx), 8);
   EXPECT_EQ(next->getTaskID(ctx), 70);
   EXPECT_EQ(next->getStatus(ctx), 1);
-  EXPECT_EQ(next->getTaskHistoryID(ctx), 0);
+  EXPECT_EQ(next->getTaskHistoryID(ctx), -1);
   EXPECT_EQ(taken(next->getUserID(ctx)), "JOE");
   EXPECT_EQ(takenTime(ctx, next->getNextStartDateTime(ctx)), at(12));
   EXPECT_EQ(script.calls(),

@@ -1,6 +1,7 @@
 #include <mesk/queue/QueueFixture.h>
 #include <mesk/schedule/MDScheduleEvent.h>
 #include <mesk/schedule/MDScheduleEventType.h>
+#include <mesk/tasks/MDTask.h>
 #include <mesk/values/SCTimestamp.h>
 #include <mesk/values/SQLDate.h>
 #include <mesk/values/SQLTime.h>
@@ -55,7 +56,7 @@ class MDTaskExecNextTimeTest : public QueueTest {
 };
 
 TEST_F(MDTaskExecNextTimeTest, TaskAndRuleAreRetrievedByTheRecordsKeys) {
-  SCTimestamp from(ctx, january(15, 9));
+  SCTimestamp from(ctx, january(15, 10));
   next(&from);
   EXPECT_EQ(script.calls(),
             (Lines{"new MDTaskType(context, exception)", "MDTaskType.retrieve(context, 70, 2, exception)",
@@ -63,12 +64,13 @@ TEST_F(MDTaskExecNextTimeTest, TaskAndRuleAreRetrievedByTheRecordsKeys) {
   EXPECT_EQ(script.count("MDTask.getScheduleEnable()"), 1);
 }
 
-TEST_F(MDTaskExecNextTimeTest, FromAMomentTheNextTimeIsTheFirstBehindIt) {
-  SCTimestamp before(ctx, january(15, 9));
-  EXPECT_EQ(next(&before), january(15, 10));
-  SCTimestamp on(ctx, january(15, 10));
-  EXPECT_EQ(next(&on), january(16, 10));
-  EXPECT_EQ(on.getTime(ctx), january(15, 10));
+TEST_F(MDTaskExecNextTimeTest, FromAMomentTheNextTimeIsOneIntervalLaterWhateverTheStatus) {
+  SCTimestamp from(ctx, january(15, 10));
+  for (const int status : {0, 1, 3}) {
+    exec->setStatus(ctx, status);
+    EXPECT_EQ(next(&from), january(16, 10)) << status;
+  }
+  EXPECT_EQ(from.getTime(ctx), january(15, 10));
 }
 
 TEST_F(MDTaskExecNextTimeTest, WithoutAMomentAStartedRunCountsFromTheRulesStartWhichMayBeTheAnswer) {
@@ -102,7 +104,7 @@ TEST_F(MDTaskExecNextTimeTest, WithoutABaseThereIsNoNextTime) {
 
 TEST_F(MDTaskExecNextTimeTest, ARuleThatFiresOnceHasNoNextTime) {
   rule.setRecurring(ctx, 0);
-  SCTimestamp from(ctx, january(15, 9));
+  SCTimestamp from(ctx, january(15, 10));
   EXPECT_EQ(next(&from), std::nullopt);
   EXPECT_EQ(script.count("MDScheduleEvent.getIntervalType()"), 0);
 }
@@ -110,20 +112,20 @@ TEST_F(MDTaskExecNextTimeTest, ARuleThatFiresOnceHasNoNextTime) {
 TEST_F(MDTaskExecNextTimeTest, ARuleThatHasEndedHasNoNextTime) {
   SQLDate end(ctx, january(14, 0));
   rule.setEndDate(ctx, &end);
-  SCTimestamp from(ctx, january(15, 9));
+  SCTimestamp from(ctx, january(15, 10));
   EXPECT_EQ(next(&from), std::nullopt);
 }
 
 TEST_F(MDTaskExecNextTimeTest, WithoutItsTaskNoRuleIsAskedFor) {
   script.reset();
   script.on("MDTaskType.retrieve").code(30013, 100);
-  SCTimestamp from(ctx, january(15, 9));
+  SCTimestamp from(ctx, january(15, 10));
   EXPECT_EQ(next(&from), std::nullopt);
   EXPECT_EQ(script.count("MDScheduleEventType.retrieve(context, 9, exception)"), 0);
 }
 
 TEST_F(MDTaskExecNextTimeTest, ARuleThatIsMissingOrComesWithACodeHasNoNextTime) {
-  SCTimestamp from(ctx, january(15, 9));
+  SCTimestamp from(ctx, january(15, 10));
   script.reset();
   script.on("MDTaskType.retrieve").returns(task);
   EXPECT_EQ(next(&from), std::nullopt);
@@ -134,15 +136,15 @@ TEST_F(MDTaskExecNextTimeTest, ARuleThatIsMissingOrComesWithACodeHasNoNextTime) 
 
 TEST_F(MDTaskExecNextTimeTest, ADeadRecordHasNoNextTimeAndAsksNothing) {
   MDTaskExec dead(ctx, nullptr, nullptr);
-  SCTimestamp from(ctx, january(15, 9));
+  SCTimestamp from(ctx, january(15, 10));
   EXPECT_EQ(dead.getNextScheduleTime(ctx, context, &home, nullptr, &from), nullptr);
   EXPECT_EQ(script.calls(), Lines{});
 }
 
 TEST_F(MDTaskExecNextTimeTest, ADisabledScheduleKeepsItsNextTime) {
-  // A fake task has its schedule disabled unless it is told otherwise.
-  SCTimestamp from(ctx, january(15, 9));
-  EXPECT_EQ(next(&from), january(15, 10));
+  MDTask(ctx, nullptr, task).setScheduleEnable(ctx, 0);
+  SCTimestamp from(ctx, january(15, 10));
+  EXPECT_EQ(next(&from), january(16, 10));
 }
 
 }  // namespace

@@ -231,11 +231,10 @@ const std::vector<Property>& properties() {
 const std::string kClass = "com/orvik/kelvo/mesk/metadata/MDTaskExec.";
 
 TEST_F(MDTaskExecTest, EachPropertyGoesThroughItsOwnJavaMethodsAndComesBack) {
+  jni.noteLookups();
   for (const Property& property : properties()) {
     SCOPED_TRACE(property.setter);
     script.forget();
-    jni.forget();
-    jni.noteLookups();
     property.set(ctx, exec);
     EXPECT_EQ(script.properties().back(), std::string("MDTaskExec.") + property.setter + "(" + property.value + ")");
     EXPECT_NE(std::ranges::find(jni.lookups(), kClass + property.setter + "(" + property.type + ")V"),

@@ -67,7 +67,7 @@ class Model {
   void add(Known* entry) { entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(cursorIndex()), entry); }
 
   int insert(Known* entry) {
-    place(entry);
+    place(entry, flaw_ == Flaw::kEqualsGoBehind);
     if (cursor.kind == Position::kEnd && flaw_ != Flaw::kCursorStaysAtTheEndAfterInsert) cursor = {Position::kNowhere};
     return firstScheduled() == entry ? 1 : 0;
   }
@@ -80,7 +80,7 @@ class Model {
       const Position following = index + 1 < entries.size() ? at(index + 1) : Position{};
       entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(index));
       current = nullptr;
-      place(entry);
+      place(entry, false);
       cursor = following;
     }
   }
@@ -162,13 +162,13 @@ class Model {
     return static_cast<std::size_t>(std::ranges::find(entries, cursor.entry) - entries.begin());
   }
 
-  void place(Known* entry) {
+  void place(Known* entry, bool behindEquals) {
     std::size_t index = 0;
     for (; index < entries.size(); ++index) {
       current = entries[index];
       const Known& visited = *entries[index];
       if (!visited.start || !entry->start) continue;
-      if (*visited.start > *entry->start || (*visited.start == *entry->start && flaw_ != Flaw::kEqualsGoBehind)) {
+      if (*visited.start > *entry->start || (*visited.start == *entry->start && !behindEquals)) {
         current = index + 1 < entries.size() ? entries[index + 1] : nullptr;
         break;
       }
