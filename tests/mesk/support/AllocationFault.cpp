@@ -9,19 +9,28 @@ namespace {
 
 thread_local unsigned newCountdown = 0;
 
-}  // namespace
-
-// Linked into a program only when it uses AllocationFault.
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+/// `allocate(bytes)` unless it is this allocation's turn to fail.
+template <class Allocate>
+void* allocateOrFail(std::size_t bytes, Allocate allocate) noexcept {
   if (newCountdown != 0 && --newCountdown == 0) return nullptr;
   try {
-    return ::operator new(bytes);
+    return allocate(bytes);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
 }
 
-void* operator new[](std::size_t bytes, const std::nothrow_t& tag) noexcept { return ::operator new(bytes, tag); }
+}  // namespace
+
+// Linked into a program only when it uses AllocationFault.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  return allocateOrFail(bytes, [](std::size_t size) { return ::operator new(size); });
+}
+
+// By the ordinary form for arrays: an address sanitizer tells the two apart.
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+  return allocateOrFail(bytes, [](std::size_t size) { return ::operator new[](size); });
+}
 
 namespace mesk::test {
 

@@ -16,6 +16,7 @@ ThreadContext& contextOfProgram() {
 }
 
 jobject newStoreContext(JNIEnv* env) {
+  const JniTable::Pause pause(env);
   const LocalRef<jclass> cls(env, env->FindClass("com/orvik/kelvo/common/parl/api/Context"));
   if (!cls) throw std::runtime_error("the fake store is not on the class path");
   const LocalRef<> local(env, env->NewObject(cls.get(), env->GetMethodID(cls.get(), "<init>", "()V")));
@@ -24,19 +25,24 @@ jobject newStoreContext(JNIEnv* env) {
 
 }  // namespace
 
-JvmTest::JvmTest() : ctx(contextOfProgram()), script(ctx.env), context(newStoreContext(ctx.env)), jni(ctx.env) {
+JniTest::JniTest() : ctx(contextOfProgram()), jni(ctx.env) {
   const JniTable::Pause pause(ctx.env);
   ctx.env->PushLocalFrame(kLocalsOfATest);
-  script.reset();
 }
 
-JvmTest::~JvmTest() {
+JniTest::~JniTest() {
   EXPECT_EQ(jni.locals(), 0) << "local references left behind";
   EXPECT_EQ(jni.globals(), 0) << "global references left behind";
   EXPECT_FALSE(takePendingException()) << "an exception of Java left pending";
   const JniTable::Pause pause(ctx.env);
-  ctx.env->DeleteGlobalRef(context);
   ctx.env->PopLocalFrame(nullptr);
+}
+
+JvmTest::JvmTest() : script(ctx.env), context(newStoreContext(ctx.env)) { script.reset(); }
+
+JvmTest::~JvmTest() {
+  const JniTable::Pause pause(ctx.env);
+  ctx.env->DeleteGlobalRef(context);
 }
 
 jobject JvmTest::newFake(const char* className) {
@@ -51,12 +57,12 @@ jobject JvmTest::newFake(const char* className) {
   return made;
 }
 
-jstring JvmTest::javaString(const char* text) {
+jstring JniTest::javaString(const char* text) {
   const JniTable::Pause pause(ctx.env);
   return ctx.env->NewStringUTF(text);
 }
 
-bool JvmTest::takePendingException() {
+bool JniTest::takePendingException() {
   const JniTable::Pause pause(ctx.env);
   if (!ctx.env->ExceptionCheck()) return false;
   ctx.env->ExceptionDescribe();  // clears it too

@@ -11,16 +11,11 @@
 
 namespace mesk::test {
 
-/// One JVM a program, started with the fake store; a fresh script for each test. A test that leaves a local or global
-/// reference behind, or an exception of Java pending, fails.
-class JvmTest : public ::testing::Test {
+/// One JVM a program. A test that leaves a local or global reference behind, or an exception of Java pending, fails.
+class JniTest : public ::testing::Test {
  protected:
-  JvmTest();
-  ~JvmTest() override;
-
-  /// A new fake record or home by its class name without package, made with `context`; not recorded, not counted.
-  /// A local reference that lives until the test ends.
-  jobject newFake(const char* className);
+  JniTest();
+  ~JniTest() override;
 
   /// A new Java string, not counted, that lives until the test ends.
   jstring javaString(const char* text);
@@ -29,9 +24,21 @@ class JvmTest : public ::testing::Test {
   bool takePendingException();
 
   ThreadContext& ctx;  ///< of the test's thread
+  JniTable jni;        ///< laid over `ctx.env` for as long as the test lives
+};
+
+/// With the fake store, and a fresh script for each test.
+class JvmTest : public JniTest {
+ protected:
+  JvmTest();
+  ~JvmTest() override;
+
+  /// A new fake record or home by its class name without package, made with `context`; not recorded, not counted.
+  /// A local reference that lives until the test ends.
+  jobject newFake(const char* className);
+
   Script script;
   jobject context;  ///< what store operations take; a global reference of the fixture
-  JniTable jni;     ///< laid over `ctx.env` for as long as the test lives
 };
 
 /// The text that an operation handed out, deleted here; "(null)" for null.

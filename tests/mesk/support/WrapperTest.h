@@ -92,18 +92,18 @@ class WrapperTest : public JvmTest {
     const std::string called = name + "." + nameOf(setter) + "(";
     if constexpr (std::is_pointer_v<Given>) {
       forgetSeen();
-      (live.*set)(ctx, nullptr);
+      std::invoke(set, live, ctx, nullptr);
       EXPECT_EQ(script.properties(), Strings{called + "null)"});
     }
     forgetSeen();
     jni.failMethod(nameOf(setter).c_str());
-    (live.*set)(ctx, value);
+    std::invoke(set, live, ctx, value);
     jni.heal();
-    (dead.*set)(ctx, value);
+    std::invoke(set, dead, ctx, value);
     EXPECT_EQ(script.properties(), Strings{});
 
     forgetSeen();
-    (live.*set)(ctx, value);
+    std::invoke(set, live, ctx, value);
     EXPECT_EQ(lookups(), Strings{path() + "." + setter});
     const Strings properties = script.properties();
     ASSERT_EQ(properties.size(), 1u);
@@ -116,16 +116,16 @@ class WrapperTest : public JvmTest {
   void reads(const char* getter, V (W::*get)(ThreadContext&) const, const Expected& expected) {
     SCOPED_TRACE(getter);
     forgetSeen();
-    EXPECT_TRUE(isSame((live.*get)(ctx), expected));
+    EXPECT_TRUE(isSame(std::invoke(get, live, ctx), expected));
     EXPECT_EQ(lookups(), Strings{path() + "." + getter});
     EXPECT_EQ(script.properties(), Strings{name + "." + nameOf(getter) + "()"});
 
     forgetSeen();
     jni.failMethod(nameOf(getter).c_str());
-    EXPECT_TRUE(isNothing((live.*get)(ctx)));
+    EXPECT_TRUE(isNothing(std::invoke(get, live, ctx)));
     jni.heal();
     const int calls = jni.calls();
-    EXPECT_TRUE(isNothing((dead.*get)(ctx)));
+    EXPECT_TRUE(isNothing(std::invoke(get, dead, ctx)));
     EXPECT_EQ(jni.calls(), calls);
     EXPECT_EQ(script.properties(), Strings{});
   }
