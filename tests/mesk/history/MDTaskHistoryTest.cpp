@@ -8,6 +8,7 @@
 #include <mesk/tasks/MDTask.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 namespace mesk::test {
@@ -180,14 +181,14 @@ TEST_F(MDTaskHistoryTest, RightsAreAskedAndChangedForUsersAndGroups) {
       const std::string asked = get + "(context, " + shown + ", exception)";
       checkOperation({get.c_str(), storeMethod(type, "Z"), asked.c_str(),
                       byOutputs([&](MDTaskHistory& target, int& rc, int& sqlCode) {
-                        EXPECT_EQ((target.*ask)(ctx, context, principal, rc, sqlCode), 0);
+                        EXPECT_EQ(std::invoke(ask, target, ctx, context, principal, rc, sqlCode), 0);
                       })});
       for (const int allowed : {0, 1, 0x101, 0x100}) {
         const std::string changed =
             set + "(context, " + shown + (allowed % 256 == 1 ? ", true" : ", false") + ", exception)";
         checkOperation({set.c_str(), storeMethod(type + "Z", "V"), changed.c_str(),
                         byResult([&](MDTaskHistory& target, int& sqlCode) {
-                          return (target.*change)(ctx, context, principal, allowed, sqlCode);
+                          return std::invoke(change, target, ctx, context, principal, allowed, sqlCode);
                         })});
       }
     };
@@ -204,12 +205,12 @@ TEST_F(MDTaskHistoryTest, ARightIsHeldExactlyWhenTheStoreSaysYesAndNothingFailed
     const std::string get = std::string("MDTaskHistory.get") + right.name + "Permission";
     int rc = 77, sqlCode = 77;
     script.on(get.c_str()).returnsBoolean(true);
-    EXPECT_EQ((live.*right.askUser)(ctx, context, user, rc, sqlCode), 1);
+    EXPECT_EQ(std::invoke(right.askUser, live, ctx, context, user, rc, sqlCode), 1);
     EXPECT_EQ(rc, 0);
-    EXPECT_EQ((live.*right.askGroup)(ctx, context, group, rc, sqlCode), 1);
+    EXPECT_EQ(std::invoke(right.askGroup, live, ctx, context, group, rc, sqlCode), 1);
     script.reset();
     script.on(get.c_str()).code(4711, -803).returnsBoolean(true);
-    EXPECT_EQ((live.*right.askUser)(ctx, context, user, rc, sqlCode), 0);
+    EXPECT_EQ(std::invoke(right.askUser, live, ctx, context, user, rc, sqlCode), 0);
     EXPECT_EQ(rc, 4711);
     EXPECT_EQ(sqlCode, -803);
   }
@@ -220,13 +221,13 @@ TEST_F(MDTaskHistoryTest, ADeadUserOrGroupIsNotAskedAbout) {
   MDGroup group(ctx, static_cast<jobject>(nullptr));
   for (const Right& right : kRights) {
     int rc = 77, sqlCode = 77;
-    EXPECT_EQ((live.*right.askUser)(ctx, context, user, rc, sqlCode), 0);
+    EXPECT_EQ(std::invoke(right.askUser, live, ctx, context, user, rc, sqlCode), 0);
     EXPECT_EQ(rc, -300);
     EXPECT_EQ(sqlCode, 0);
-    EXPECT_EQ((live.*right.askGroup)(ctx, context, group, rc, sqlCode), 0);
+    EXPECT_EQ(std::invoke(right.askGroup, live, ctx, context, group, rc, sqlCode), 0);
     EXPECT_EQ(rc, -300);
-    EXPECT_EQ((live.*right.changeUser)(ctx, context, user, 1, sqlCode), -300);
-    EXPECT_EQ((live.*right.changeGroup)(ctx, context, group, 1, sqlCode), -300);
+    EXPECT_EQ(std::invoke(right.changeUser, live, ctx, context, user, 1, sqlCode), -300);
+    EXPECT_EQ(std::invoke(right.changeGroup, live, ctx, context, group, 1, sqlCode), -300);
   }
   EXPECT_EQ(script.calls(), Strings{});
 }

@@ -4,6 +4,7 @@
 #include <mesk/tasks/MDTask.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 namespace mesk::test {
@@ -18,7 +19,7 @@ class MDTaskTest : public WrapperTest<MDTask> {
 
   void expectCountAfter(void (MDTask::*change)(ThreadContext&), int before, int after) {
     live.setNumberOfExecutions(ctx, before);
-    (live.*change)(ctx);
+    std::invoke(change, live, ctx);
     EXPECT_EQ(live.getNumberOfExecutions(ctx), after) << "from " << before;
   }
 };
