@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -135,7 +136,7 @@ void MDScheduleEvent::setRecurring(ThreadContext& ctx, int value) { setInt(ctx, 
 SCTimestamp* MDScheduleEvent::getNextScheduledTime(ThreadContext& ctx, SCTimestamp* reference,
                                                    int allowReference) const {
   ScheduleCalculator rule;
-  getScheduleEventID(ctx);
+  getScheduleEventID(ctx);  // says in the store's own record of calls whose next run is asked for
   const SimpleDateFormat dateFormat(ctx, "yyyyMMdd");
   const SimpleDateFormat timeFormat(ctx, "HHmmss");
   const SimpleDateFormat momentFormat(ctx, "yyyyMMddHHmmss");
