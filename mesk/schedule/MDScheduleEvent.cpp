@@ -136,7 +136,7 @@ void MDScheduleEvent::setRecurring(ThreadContext& ctx, int value) { setInt(ctx, 
 SCTimestamp* MDScheduleEvent::getNextScheduledTime(ThreadContext& ctx, SCTimestamp* reference,
                                                    int allowReference) const {
   ScheduleCalculator rule;
-  getScheduleEventID(ctx);  // says in the store's own record of calls whose next run is asked for
+  getScheduleEventID(ctx);  // read with the other properties; nothing here needs it
   const SimpleDateFormat dateFormat(ctx, "yyyyMMdd");
   const SimpleDateFormat timeFormat(ctx, "HHmmss");
   const SimpleDateFormat momentFormat(ctx, "yyyyMMddHHmmss");
