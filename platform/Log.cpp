@@ -25,7 +25,7 @@ namespace {
 using mesk::LogItem;
 using mesk::LogRecord;
 
-constexpr std::size_t kDefaultBytes = 10 * 1024 * 1024;
+constexpr std::size_t kDefaultBytes = std::size_t{10} * 1024 * 1024;
 constexpr std::size_t kDefaultFiles = 5;
 
 /// Where records go. Never destroyed, because threads may log until the process is gone.
@@ -89,7 +89,14 @@ using Line = fmt::memory_buffer;
 /// Quotes a text and escapes what would break the line or hide on a terminal.
 void appendText(Line& line, std::string_view text) {
   line.push_back('"');
-  for (const char c : toUtf8(text)) {
+  const std::string utf8 = toUtf8(text);
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const char c = utf8[i];
+    if (c == '\xC0') {  // a zero byte within the text, which the conversion kept as C0 80
+      fmt::format_to(std::back_inserter(line), "\\x00");
+      ++i;
+      continue;
+    }
     if (c == '"' || c == '\\') {
       line.push_back('\\');
       line.push_back(c);

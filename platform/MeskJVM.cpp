@@ -34,6 +34,12 @@ using FindFunction = jint (*)(JavaVM**, jsize, jsize*);
 std::mutex creation;
 std::string failure;  // guarded by `creation`
 
+/// The calling thread's copy of `failure`.
+std::string& failureForThread() {
+  thread_local std::string text;
+  return text;
+}
+
 /// The function of a JVM library that tells which JVM there is. It is published only when a JVM is
 /// complete: the library itself already shows one that is still being made.
 std::atomic<FindFunction> findFunction{nullptr};
@@ -102,7 +108,7 @@ std::optional<fs::path> findLibrary() {
     if (isFile(library)) return library;
     places = fmt::format("{} (JAVA_HOME)", library.string());
   }
-  const std::optional<fs::path> library = libraryByPath();
+  std::optional<fs::path> library = libraryByPath();
   if (library && isFile(*library)) return library;
   if (!places.empty()) places += ", ";
   places += library ? fmt::format("{} (java on the PATH)", library->string()) : "no java on the PATH";
@@ -187,16 +193,18 @@ std::optional<std::vector<std::string>> options() {
 
 /// Prints for the JVM, as it would itself, and remembers it while the JVM is created.
 jint print(FILE* stream, const char* format, va_list arguments) {
+  int length;
   if (collecting.load()) {
-    va_list again;
-    va_copy(again, arguments);
-    char text[512];
-    std::vsnprintf(text, sizeof text, format, again);
-    va_end(again);
+    char* text = nullptr;
+    length = vasprintf(&text, format, arguments);
+    if (length < 0) return length;
     const std::lock_guard<std::mutex> lock(printedMutex);
     printed += text;
+    std::fputs(text, stream);
+    std::free(text);
+  } else {
+    length = std::vfprintf(stream, format, arguments);
   }
-  const int length = std::vfprintf(stream, format, arguments);
   std::fflush(stream);
   return length;
 }
@@ -306,7 +314,7 @@ int MeskJVM::createJVM() {
 }
 
 const char* MeskJVM::lastError() {
-  thread_local std::string text;
+  std::string& text = failureForThread();
   const std::lock_guard<std::mutex> lock(creation);
   text = failure;
   return text.c_str();

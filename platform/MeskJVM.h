@@ -26,7 +26,10 @@ class MESK_PLATFORM_API MeskJVM {
 
   /// Creates the JVM, or joins the one there is. `MESK_CLASSPATH` gives the class path (default: the
   /// installed mesk-store.jar and the JDBC drivers beside it), `MESK_JVM_OPTIONS` further options,
-  /// separated by blanks. Answers a `Result`; after a failure a later call tries again.
+  /// separated by blanks, which win over the service's own: -Xrs, because the host owns the signals, and
+  /// a library path with the JNI directories of Debian. Answers a `Result`; after a failure a later call
+  /// tries again. Creating leaves the calling thread unattached, joining leaves it as it was. A JVM that
+  /// cannot reserve its memory ends the process, after saying so on the standard error stream.
   int createJVM();
 
   /// What went wrong in the last `createJVM` of any thread, in words that name the file or option;

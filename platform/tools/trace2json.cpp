@@ -3,6 +3,8 @@
 
 #include <charconv>
 #include <chrono>
+#include <cstdio>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -122,9 +124,7 @@ constexpr const char* kUsage =
     "usage: mesk-trace2json [TRACE [JSON]]\n"
     "Turns a trace file (or standard input) into the JSON that trace viewers open.\n";
 
-}  // namespace
-
-int main(int count, char** arguments) {
+int run(int count, char** arguments) {
   const std::string first = count > 1 ? arguments[1] : "-";
   if (count > 3 || first == "--help" || first == "-h") {
     fmt::print(count > 3 ? stderr : stdout, "{}", kUsage);
@@ -147,4 +147,15 @@ int main(int count, char** arguments) {
     }
   }
   return convert(first == "-" ? std::cin : inFile, count > 2 ? outFile : std::cout, first);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    return run(count, arguments);
+  } catch (const std::exception& error) {
+    std::fputs(error.what(), stderr);
+    return 1;
+  }
 }

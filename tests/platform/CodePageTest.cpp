@@ -8,7 +8,6 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include <platform/CodePage.h>
@@ -17,7 +16,7 @@
 namespace {
 
 using namespace mesk;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 constexpr std::uint32_t kUtf8 = kUtf8CodePage;
 
@@ -568,18 +567,14 @@ TEST(CodePageTest, LocaleThatSaysNothingMeansUtf8) {
 }
 
 TEST(CodePageTest, EightThreadsConvertAtOnce) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([] {
-      for (int n = 0; n < 500; ++n) {
-        for (const std::uint32_t codePage : {932u, 5488u}) {
-          const Converted native = convert(kUtf8, codePage, 0, "\u65E5\u672C");
-          ASSERT_EQ(convert(codePage, kUtf8, 0, native.text).text, "\u65E5\u672C");
-        }
+  support::onThreads(8, [](int) {
+    for (int n = 0; n < 500; ++n) {
+      for (const std::uint32_t codePage : {932u, 5488u}) {
+        const Converted native = convert(kUtf8, codePage, 0, "\u65E5\u672C");
+        ASSERT_EQ(convert(codePage, kUtf8, 0, native.text).text, "\u65E5\u672C");
       }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+    }
+  });
 }
 
 }  // namespace

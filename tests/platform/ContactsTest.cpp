@@ -29,6 +29,7 @@ class ContactsTest : public testing::Test {
     if (sqlca.sqlCode != 0) return {};
     std::vector<std::string> buffers(request.count, std::string(128, '?'));
     std::vector<char*> names;
+    names.reserve(buffers.size());
     for (std::string& buffer : buffers) names.push_back(buffer.data());
     request.names = names.data();
     EXPECT_EQ(getAllContactNamesInGroup(kVersion, &request, &sqlca), 0);

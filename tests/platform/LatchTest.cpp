@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <platform/Latch.h>
+#include "Support.h"
 
 namespace {
 
@@ -51,17 +52,13 @@ TEST(LatchTest, EightThreadsLoseNoUpdate) {
   constexpr long kTakes = 1'000'000;
   OSSLatch latch = 0;
   long count = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&] {
-      for (long n = 0; n < kTakes; ++n) {
-        take(latch);
-        ++count;
-        release(latch);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  support::onThreads(kThreads, [&](int) {
+    for (long n = 0; n < kTakes; ++n) {
+      take(latch);
+      ++count;
+      release(latch);
+    }
+  });
   EXPECT_EQ(count, kThreads * kTakes);
   EXPECT_EQ(latch, 0);
 }
@@ -72,18 +69,14 @@ TEST(LatchTest, WaitersOfManyLatchesAllComeThrough) {
   constexpr int kRounds = 2000;
   std::vector<OSSLatch> latches(kLatches, OSSLatch{0});
   std::vector<long> counts(kLatches, 0);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < kRounds * kLatches; ++n) {
-        const auto at = static_cast<std::size_t>(n % kLatches);
-        take(latches[at]);
-        ++counts[at];
-        release(latches[at]);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  support::onThreads(8, [&](int) {
+    for (int n = 0; n < kRounds * kLatches; ++n) {
+      const auto at = static_cast<std::size_t>(n % kLatches);
+      take(latches[at]);
+      ++counts[at];
+      release(latches[at]);
+    }
+  });
   for (const long count : counts) EXPECT_EQ(count, 8L * kRounds);
 }
 

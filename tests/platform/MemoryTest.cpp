@@ -130,16 +130,12 @@ TEST(MemoryTest, WithoutAssertionsNothingIsCounted) {
 
 TEST(MemoryTest, EightThreadsAllocateAndFreeAtOnce) {
   const std::size_t before = liveBlocks().size();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([] {
-      for (std::uint32_t n = 0; n < 5000; ++n) {
-        void* block = _ossMemAlloc(n % 200, 0, nullptr, "MemoryTest", n);
-        _ossMemFree(block, "MemoryTest", n);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  support::onThreads(8, [](int) {
+    for (std::uint32_t n = 0; n < 5000; ++n) {
+      void* block = _ossMemAlloc(n % 200, 0, nullptr, "MemoryTest", n);
+      _ossMemFree(block, "MemoryTest", n);
+    }
+  });
   EXPECT_EQ(liveBlocks().size(), before);
 }
 

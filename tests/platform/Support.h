@@ -14,6 +14,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace support {
@@ -79,6 +80,15 @@ inline Result run(const std::string& command, const std::string& environment = "
   const int status = pclose(pipe);
   if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
   return result;
+}
+
+/// Runs `work(i)` on `count` threads at once and waits for all.
+template <typename Work>
+void onThreads(int count, const Work& work) {
+  std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) threads.emplace_back([&work, i] { work(i); });
+  for (std::thread& thread : threads) thread.join();
 }
 
 /// The seed of a random test: MESK_SEED, or a new one; printed either way.

@@ -90,18 +90,19 @@ TEST_F(TraceTest, DataIsShownByItsKind) {
   time.tm_yday = 7;
   time.tm_isdst = -1;
   data(&time, 36);
-  data("a text of exactly thirty-six bytes..", 36);
-  EXPECT_EQ(records(),
-            (std::vector<std::string>{
-                "1AE80186 data 10 type 4 int 30013",
-                "1AE80186 data 10 type 4 int 1684234849 \"abcd\"",
-                R"(1AE80186 data 10 type 4 bytes 6a6462633a780a22 "jdbc:x\x0a\"")",
-                "1AE80186 data 10 type 4 bytes  \"\"",
-                "1AE80186 data 10 type 4 bytes  \"\"",
-                "1AE80186 data 10 type 4 tm sec=1 min=2 hour=3 mday=4 mon=5 year=126 wday=6 yday=7 isdst=-1",
-                "1AE80186 data 10 type 4 bytes 612074657874206f662065786163746c79207468697274792d736978206279746573"
-                "2e2e \"a text of exactly thirty-six bytes..\"",
-            }));
+  const std::string text = "a text of exactly thirty-six bytes..";
+  data(text.data(), text.size());
+  std::string hex;
+  for (const char c : text) hex += fmt::format("{:02x}", c);
+  EXPECT_EQ(records(), (std::vector<std::string>{
+                           "1AE80186 data 10 type 4 int 30013",
+                           "1AE80186 data 10 type 4 int 1684234849 \"abcd\"",
+                           R"(1AE80186 data 10 type 4 bytes 6a6462633a780a22 "jdbc:x\x0a\"")",
+                           "1AE80186 data 10 type 4 bytes  \"\"",
+                           "1AE80186 data 10 type 4 bytes  \"\"",
+                           "1AE80186 data 10 type 4 tm sec=1 min=2 hour=3 mday=4 mon=5 year=126 wday=6 yday=7 isdst=-1",
+                           "1AE80186 data 10 type 4 bytes " + hex + " \"" + text + "\"",
+                       }));
 }
 
 TEST_F(TraceTest, ExitWithoutARecordHasNoResult) {
@@ -169,6 +170,7 @@ TEST_F(TraceTest, EightThreadsWriteWholeLinesWhileTheTraceIsSwitched) {
   ASSERT_TRUE(mesk::startTrace(path_.c_str()));
   std::atomic<int> running{8};
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&] {
       for (int n = 0; n < 300; ++n) call(n);
