@@ -433,10 +433,7 @@ int runAttempt(const std::string& directory, int lockFd) {
     sigaddset(&stops, SIGINT);
     ::sigprocmask(SIG_SETMASK, &stops, nullptr);
     const UniqueFd stopSignals(::signalfd(-1, &stops, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (lockFd >= 0) {
-      ::fcntl(lockFd, F_SETFD, FD_CLOEXEC);
-      signLock(lockFd);
-    }
+    if (lockFd >= 0) signLock(lockFd);
     try {
       reserveFile(directory, "status.json", kStatusRoom);
     } catch (const std::system_error&) {
