@@ -127,21 +127,22 @@ int moveMonthsOnDay(std::tm& cur, time64& time, std::uint32_t months, std::uint3
   const Traced trace(kMoveMonthsOnDay);
   if (!moveMonthsToFifteenth(cur, time, months)) return notConvertible(trace, kFirstPhaseProbe, cur);
 
-  // No hour is checked: a day in the other season than the 15th is counted in the time of the 15th, which moves the
-  // hour. A day past the month's end hands the flag of the place where it landed on to the next try.
+  // Every day is tried with the flag of the 15th and no hour is checked: a day in the other season is counted in the
+  // time of the 15th, which moves the hour.
   const int wanted = static_cast<int>(detail);
   const std::tm fifteenth = cur;
-  std::tm asked = fifteenth;
   bool found = false;
   for (int day = wanted; day >= 1 && !found; --day) {
-    asked.tm_mday = day;
-    setDateAndTime(cur, asked);
+    cur = fifteenth;
+    cur.tm_mday = day;
     if (!convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
     found = cur.tm_mon == fifteenth.tm_mon;
   }
   if (!found && wanted >= 1) {
     // Soon after midnight that moves the 1st itself into the month before. Its own flag keeps it where it is.
-    setDateAndTime(cur, asked);
+    std::tm first = fifteenth;
+    first.tm_mday = 1;
+    setDateAndTime(cur, first);
     if (!convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
     found = cur.tm_mon == fifteenth.tm_mon;
   }

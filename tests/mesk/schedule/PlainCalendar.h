@@ -62,7 +62,7 @@ enum class Fault {
   kNoSecondTry,       ///< an hour that moved is taken at once
   kNoThirdTry,        ///< a missing hour is taken as the second try left it
   kHourOfDayKept,     ///< the day of the month is searched with the hour checked
-  kSearchForgets,     ///< each day of the search starts from the season of the 15th
+  kSearchCarries,     ///< a day of the search starts from the season in which the one before landed
   kReferenceCounts,   ///< allowReference is taken as 1
   kClockIncluded,     ///< a run at the clock's own second counts
   kEndAtMidnight,     ///< the end day itself is excluded
@@ -217,7 +217,7 @@ class PlainCalendar {
     const Wall fifteenth = wall;
     const local_days first = fifteenth.day - days(14);
     for (unsigned day = detail; day >= 1; --day) {
-      if (fault_ == Fault::kSearchForgets) wall.inSummer = fifteenth.inSummer;
+      if (fault_ != Fault::kSearchCarries) wall.inSummer = fifteenth.inSummer;
       wall.day = first + days(day - 1);
       wall.timeOfDay = fifteenth.timeOfDay;
       const sys_seconds moment =

@@ -60,7 +60,7 @@ const std::vector<Example> kBerlin = {
     {"Europe/Berlin", "2024-03-20 12:00:00 +0100", "2024-03-15 10:00:00 +0100", Rule(kMonthsOnDay, 1, 15), 0, 0,
      "2024-04-15 10:00:00 +0200", "nor in the months after"},
     {"Europe/Berlin", "2024-02-29 23:59:00 +0100", "2024-02-29 23:30:00 +0100", Rule(kMonthsOnDay, 1, 31), 0, 0,
-     "2024-03-30 22:30:00 +0100", "an hour after 23:30 of the 31st is April; then the 30th, counted in April's time"},
+     "2024-03-30 23:30:00 +0100", "an hour after 23:30 of the 31st is April; so the 30th, counted as the 15th is"},
     {"Europe/Berlin", "2024-02-20 12:00:00 +0100", "2024-02-25 02:30:00 +0100", Rule(kMonthsOnNthWeekday, 1, 35), 0, 0,
      "2024-03-31 01:30:00 +0100", "the fifth Sunday itself in the gap is an hour earlier"},
     {"Europe/Berlin", "2024-06-09 00:00:00 +0200", "2024-06-10 09:00:00 +0200",
@@ -112,9 +112,11 @@ const std::vector<Example> kNewYork = {
 // Auckland 2024: 29 September 02:00 +1200 becomes 03:00 +1300.
 const std::vector<Example> kAuckland = {
     {"Pacific/Auckland", "2024-08-31 12:00:00 +1200", "2024-08-31 10:00:00 +1200", Rule(kMonthsOnDay, 1, 31), 0, 0,
-     "2024-09-30 10:00:00 +1300", "31 September is 1 October, in summer time, and so 30 September is found in it"},
+     "2024-09-30 11:00:00 +1300", "31 September is 1 October; 30 September is still counted in the time of the 15th"},
     {"Pacific/Auckland", "2024-08-31 12:00:00 +1200", "2024-08-30 10:00:00 +1200", Rule(kMonthsOnDay, 1, 30), 0, 0,
-     "2024-09-30 11:00:00 +1300", "30 September itself is counted in the time of the 15th"},
+     "2024-09-30 11:00:00 +1300", "as it is when it is asked for itself"},
+    {"Pacific/Auckland", "2024-08-31 23:59:00 +1200", "2024-08-31 23:30:00 +1200", Rule(kMonthsOnDay, 1, 31), 0, 0,
+     "2024-09-30 00:30:00 +1300", "23:30 of the 30th is October as well; that of the 29th is the 30th"},
 };
 
 // Lord Howe 2024: half an hour. 7 April 02:00 +1100 becomes 01:30 +1030, 6 October 02:00 +1030 becomes 02:30 +1100.

@@ -201,7 +201,7 @@ TEST(ScheduleDifferentialTest, EveryMistakePlantedInThePlainSteppingIsFound) {
       {Fault::kNoThirdTry, "no third try"},
       {Fault::kHourOfDayKept, "hour of day kept"},
       {Fault::kReferenceCounts, "reference always counts"},
-      {Fault::kSearchForgets, "the search forgets the season"},
+      {Fault::kSearchCarries, "the search carries the season on"},
       {Fault::kClockIncluded, "the clock's second"},
       {Fault::kEndAtMidnight, "end at midnight"},
       {Fault::kWeekFromMonday, "week from Monday"},

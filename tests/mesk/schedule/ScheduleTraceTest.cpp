@@ -194,6 +194,26 @@ TEST_F(ScheduleTraceTest, AMonthMoveThatFailsInItsFirstPhaseIsToldAtItsProbe10) 
   }
 }
 
+// The 1st that an n-th weekday is counted from comes before the search; the 1st that is a day of the month is searched.
+TEST_F(ScheduleTraceTest, AFirstThatCannotBeConvertedIsToldAtProbe10OfTheNthWeekdayAnd20OfTheDay) {
+  const InZone kolkata("Asia/Kolkata");
+  struct Row {
+    ScheduleIntervalType type;
+    const char* move;
+    const char* probe;
+  };
+  for (const Row& row : {Row{kMonthsOnDay, "1AE80188", "20"}, Row{kMonthsOnNthWeekday, "1AE80189", "10"}}) {
+    told.clear();
+    errors.clear();
+    computed(Rule(row.type, 1, 1), 0, at("1970-01-10 05:29:59 +0530"), 0);
+    const std::string move = row.move;
+    EXPECT_EQ(told, (Lines{"enter 1AE80186", "enter " + move, "error " + move + " probe " + row.probe,
+                           "leave " + move + " -301", "leave 1AE80186 -301"}));
+    ASSERT_EQ(errors.size(), 1u);
+    expectTime(errors[0], 1970, 1, 1, 5, 29, 59);
+  }
+}
+
 TEST_F(ScheduleTraceTest, ADaySearchThatFailsIsToldAtProbe20OfItsMove) {
   struct Row {
     Rule rule;
