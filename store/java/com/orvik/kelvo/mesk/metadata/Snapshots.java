@@ -70,7 +70,8 @@ final class Snapshots {
 
     /**
      * Takes away the finished histories of a task that started before an instant, with their results, rights and
-     * claims, and the snapshots that no history has any more. A run that goes on or waits for a retry keeps all.
+     * claims, claims as old that never got a history, and the snapshots that no history has any more. A run that goes
+     * on or waits for a retry keeps all.
      */
     static void prune(Database database, long taskID, int suffix, Timestamp before) throws SQLException {
         Sql sql = database.sql();
@@ -84,13 +85,13 @@ final class Snapshots {
         sql.update("DELETE FROM task_result WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
         sql.update("DELETE FROM run_claim WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
         sql.update("DELETE FROM task_history WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
-        sql.update("DELETE FROM task_snapshot WHERE task_id = ? AND suffix = ? AND latest_snapshot = 0"
-            + " AND NOT EXISTS (SELECT 1 FROM task_history h"
-            + " WHERE h.task_snapshot_id = task_snapshot.task_snapshot_id)", taskID, suffix);
-        sql.update("DELETE FROM task_snapshot WHERE task_id = ? AND suffix = ?"
-            + " AND NOT EXISTS (SELECT 1 FROM task t WHERE t.task_id = task_snapshot.task_id"
-            + " AND t.suffix = task_snapshot.suffix) AND NOT EXISTS (SELECT 1 FROM task_history h"
-            + " WHERE h.task_snapshot_id = task_snapshot.task_snapshot_id)", taskID, suffix);
+        sql.update("DELETE FROM run_claim WHERE task_id = ? AND suffix = ? AND instant_ms < ?"
+            + " AND task_history_id NOT IN (SELECT task_history_id FROM task_history)"
+            + " AND task_exec_id NOT IN (SELECT task_exec_id FROM task_exec)", taskID, suffix, before);
+        sql.update("DELETE FROM task_snapshot WHERE task_id = ? AND suffix = ? AND NOT EXISTS (SELECT 1"
+            + " FROM task_history h WHERE h.task_snapshot_id = task_snapshot.task_snapshot_id) AND (latest_snapshot = 0"
+            + " OR NOT EXISTS (SELECT 1 FROM task t WHERE t.task_id = task_snapshot.task_id"
+            + " AND t.suffix = task_snapshot.suffix))", taskID, suffix);
     }
 
     private static MDTaskSnapshot of(Database database, MDTask task, MDTaskHistory history) throws SQLException {

@@ -2,6 +2,7 @@ package com.orvik.kelvo.mesk.store;
 
 import com.zaxxer.hikari.HikariConfig;
 import com.zaxxer.hikari.HikariDataSource;
+import com.zaxxer.hikari.pool.HikariPool;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.util.HashMap;
@@ -27,7 +28,14 @@ final class ConnectionPools {
                 config.setDriverClassName("org.sqlite.JDBC");
                 config.setDataSourceProperties(settings);
                 config.setMaximumPoolSize(size);
-                pool = new HikariDataSource(config);
+                try {
+                    pool = new HikariDataSource(config);
+                } catch (HikariPool.PoolInitializationException failure) {
+                    if (failure.getCause() instanceof SQLException) {
+                        throw (SQLException) failure.getCause();
+                    }
+                    throw failure;
+                }
                 POOLS.put(key, pool);
             }
         }

@@ -1,6 +1,7 @@
 package com.orvik.kelvo.mesk.store;
 
 import com.orvik.kelvo.tools.conn.ConnectionPoolManager;
+import java.io.File;
 import java.io.IOException;
 import java.nio.file.FileAlreadyExistsException;
 import java.nio.file.Files;
@@ -10,18 +11,23 @@ import java.nio.file.attribute.PosixFilePermissions;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.util.Properties;
+import org.sqlite.BusyHandler;
 import org.sqlite.JDBC;
+import org.sqlite.SQLiteConnection;
 import org.sqlite.SQLiteErrorCode;
 import org.sqlite.SQLiteException;
 
 /** SQLite: the store is one file, which several processes may open at once. */
 final class SqliteDialect extends Dialect {
+    private static final String LIBRARY_FOLDER = "org.sqlite.lib.path";
+    private static final String PATIENCE = "busy_timeout";
     private static final int BUSY_MILLISECONDS = 10_000;
     private static final int PAUSE_MILLISECONDS = 20;
 
     private final String location;
     private final Properties settings = new Properties();
     private final Path file;
+    private final int patience;
 
     /** `location` is a path, or ":memory:" or empty, with options behind a question mark. */
     SqliteDialect(String location) throws StoreException {
@@ -40,33 +46,53 @@ final class SqliteDialect extends Dialect {
                 }
             }
         }
-        settings.putIfAbsent("busy_timeout", Integer.toString(BUSY_MILLISECONDS));
+        settings.putIfAbsent(PATIENCE, Integer.toString(BUSY_MILLISECONDS));
         settings.setProperty("journal_mode", "WAL");
         settings.setProperty("synchronous", off ? "OFF" : "FULL");
         settings.setProperty("foreign_keys", "true");
         try {
             boolean memory = this.location.isEmpty() || this.location.equals(":memory:");
             this.file = memory ? null : Path.of(this.location).toAbsolutePath();
+            this.patience = Integer.parseInt(settings.getProperty(PATIENCE));
+        } catch (NumberFormatException notANumber) {
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, PATIENCE + " is in milliseconds", notANumber);
         } catch (InvalidPathException notAPath) {
             throw new StoreException(StoreCodes.CANNOT_CONNECT, "not the name of a file: " + location, notAPath);
         }
     }
 
+    /**
+     * Names the folder of the driver's native library, where the system has one. Without the name the driver runs
+     * other programs to find out which system this is, which takes longer than all the rest of a connection.
+     */
+    private static void nameNativeLibrary() {
+        if (System.getProperty(LIBRARY_FOLDER) != null) {
+            return;
+        }
+        String library = System.mapLibraryName("sqlitejdbc");
+        for (String folder : System.getProperty("java.library.path", "").split(File.pathSeparator)) {
+            if (!folder.isEmpty() && new File(folder, library).isFile()) {
+                System.setProperty(LIBRARY_FOLDER, folder);
+                return;
+            }
+        }
+    }
+
     @Override
     Connection connect(String schema, String user, String password) throws SQLException, StoreException {
+        nameNativeLibrary();
         if (file != null) {
             prepareFile();
         }
-        String url = JDBC.PREFIX + location;
-        int pool = ConnectionPoolManager.getDefaultPoolSize();
-        if (pool > 0 && file != null) {
-            return ConnectionPools.take(url, settings, pool);
-        }
+        int pool = file == null ? 0 : ConnectionPoolManager.getDefaultPoolSize();
         // The change to write-ahead logging answers "busy" at once when two processes make it together.
         int tries = BUSY_MILLISECONDS / PAUSE_MILLISECONDS;
         for (int i = 1;; i++) {
             try {
-                return JDBC.createConnection(url, settings);
+                Connection connection = pool == 0 ? JDBC.createConnection(JDBC.PREFIX + location, settings)
+                    : ConnectionPools.take(JDBC.PREFIX + location, settings, pool);
+                BusyHandler.setHandler(connection.unwrap(SQLiteConnection.class), new SqliteWait(patience));
+                return connection;
             } catch (SQLException failure) {
                 if (i == tries || code(failure) != StoreCodes.BUSY) {
                     throw refused(failure);

@@ -30,6 +30,9 @@ public final class Warmup {
         PARLException exception = new PARLException(0, null);
         Context context = MDUtility.connectMD(arguments[0], null, null, null, exception);
         check(exception);
+        MDUtility.disconnectMD(context, exception);
+        context = MDUtility.connectMD(arguments[0], null, null, null, exception);
+        check(exception);
         MDTask task = new MDTask(context, exception);
         task.setTaskID(task.getReferenceID(context, exception));
         task.setTaskName("warm up");

@@ -16,6 +16,9 @@ final class KeyTaker {
         for (long i = 0; outcome.getRC() == StoreCodes.OK; i++) {
             MDTask task = new MDTask(context, outcome);
             task.setTaskID(task.getReferenceID(context, outcome));
+            if (outcome.getRC() != StoreCodes.OK) {
+                break;
+            }
             System.out.println("key " + task.getTaskID());
             task.setTaskName("task " + task.getTaskID());
             task.insert(context, outcome);

@@ -1005,6 +1005,23 @@ abstract class StoreContract {
     }
 
     @Test
+    void pruningTakesOldClaimsWithoutAHistoryUnlessTheirRunIsThere() {
+        MDTask task = session.newTask("claims");
+        MDScheduleEvent rule = session.newRule(task);
+        MDTaskExec gone = session.newRun(task, rule, INSTANT - 2);
+        gone.setStatus(2);
+        session.update(gone);
+        session.delete(gone);
+        MDTaskExec there = session.newRun(task, rule, INSTANT - 1);
+        there.setStatus(2);
+        session.update(there);
+        new MDTaskHistoryType().delete(session.context, task.getTaskID(), 0, new Timestamp(INSTANT), session.outcome);
+        session.done();
+        assertEquals(INSTANT - 1, session.number("SELECT instant_ms FROM run_claim"));
+        assertEquals(1, session.number("SELECT count(*) FROM run_claim"));
+    }
+
+    @Test
     void pruningADeletedTaskLeavesNothingOfIt() {
         MDTask task = session.newTask("gone");
         session.newHistory(task, INSTANT, 2);
