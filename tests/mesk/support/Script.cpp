@@ -87,11 +87,6 @@ Answer& Answer::returnsList(const std::vector<jobject>& elements) {
   return *this;
 }
 
-Answer& Answer::throws(const char* message) {
-  callWithText(env_, "throwing", "(Ljava/lang/String;)V", message);
-  return *this;
-}
-
 Answer Script::on(const char* method) {
   callWithText(env_, "on", "(Ljava/lang/String;)V", method);
   return Answer(env_);

@@ -21,9 +21,6 @@ class Answer {
   Answer& returnsBoolean(bool result);
   /// A java.util.ArrayList of these.
   Answer& returnsList(const std::vector<jobject>& elements);
-  /// Throws in place of returning. Only in a program whose JVM does not check JNI calls: the library goes on with the
-  /// exception pending, as its contract says, and the check reports that.
-  Answer& throws(const char* message);
 
  private:
   JNIEnv* env_;

@@ -5,7 +5,6 @@ public final class Answer {
     int code;
     int sqlCode;
     int sqlState;
-    String thrown;
     boolean hasResult;
     Object result;
 

@@ -66,10 +66,6 @@ public final class Script {
         returns(new ArrayList<>(Arrays.asList(elements)));
     }
 
-    public static synchronized void throwing(String message) {
-        programmed.thrown = message;
-    }
-
     /** The operations on the store that were called, in order. */
     public static synchronized String[] calls() {
         return calls.toArray(new String[0]);
@@ -105,9 +101,6 @@ public final class Script {
     private static Answer answer(String name, Object[] arguments) {
         Deque<Answer> waiting = answers.get(name);
         Answer answer = waiting == null ? new Answer() : waiting.size() > 1 ? waiting.remove() : waiting.peek();
-        if (answer.thrown != null) {
-            throw new IllegalStateException(answer.thrown);
-        }
         if (arguments.length > 0 && arguments[arguments.length - 1] instanceof PARLException exception) {
             exception.fill(answer.code, answer.sqlCode, answer.sqlState);
         }
