@@ -62,6 +62,12 @@ std::string storeCodeText(int code) {
   return meaning == nullptr ? "the store answered a code without a meaning of its own" : meaning->text;
 }
 
+std::vector<int> storeCodes() {
+  std::vector<int> codes;
+  for (const Meaning& meaning : kMeanings) codes.push_back(meaning.code);
+  return codes;
+}
+
 ExitCode exitCodeOf(int storeCode) {
   const Meaning* const meaning = find(storeCode);
   return meaning == nullptr ? kExitStoreFailed : meaning->exitCode;

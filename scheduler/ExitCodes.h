@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace mesk::host {
 
@@ -57,6 +58,9 @@ class StoreError : public HostError {
 
 /// The meaning of a store code, in words.
 std::string storeCodeText(int code);
+
+/// All store codes that have a meaning.
+std::vector<int> storeCodes();
 
 /// The exit code that goes with a store code.
 ExitCode exitCodeOf(int storeCode);

@@ -1,0 +1,168 @@
+#include <scheduler/Commands.h>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include <platform/Clock.h>
+#include <scheduler/RunRecords.h>
+#include <scheduler/Scheduler.h>
+
+namespace mesk::host {
+namespace {
+
+void declareTask(CLI::App& app, Invocation& invocation) {
+  app.add_option("TASK", invocation.task, "Name of the task")->required();
+}
+
+void declareCount(CLI::App& app, Invocation& invocation, const char* help) {
+  app.add_option("-n,--count", invocation.count, help)->check(CLI::Range(1, 100000))->capture_default_str();
+}
+
+void declareNothing(CLI::App&, Invocation&) {}
+
+const StoreAddress& existing(const StoreAddress& address) {
+  std::error_code error;
+  if (!std::filesystem::exists(address.path(), error)) {
+    throw HostError(kExitNoStore, fmt::format("there is no store {}; 'meskctl apply FILE' makes one", address.path()));
+  }
+  return address;
+}
+
+std::string formatted(std::int64_t millis, const char* format) {
+  const std::int64_t seconds = millis >= 0 ? millis / 1000 : (millis - 999) / 1000;
+  const struct tm* const local = _localtime64(&seconds);
+  if (local == nullptr) return "?";
+  char text[80];
+  return {text, std::strftime(text, sizeof text, format, local)};
+}
+
+}  // namespace
+
+const std::vector<Command>& commands() {
+  static const std::vector<Command> all{
+      {"apply", "Make the store's tasks as a task file defines them, all or none",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_option("FILE", invocation.file, "Task file (YAML)")->required();
+         app.add_flag("--dry-run", invocation.dryRun, "Only tell what would change");
+       },
+       applyCommand},
+      {"export", "Write tasks as a task file",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_option("TASK", invocation.names, "Names of tasks; default: all");
+       },
+       exportCommand},
+      {"list", "List the tasks",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_flag("--names", invocation.namesOnly, "Only the names, a line each");
+       },
+       listCommand},
+      {"show", "Tell all about a task", declareTask, showCommand},
+      {"queue", "List what runs and what is to run", declareNothing, queueCommand},
+      {"next", "Preview the next starts of a task",
+       [](CLI::App& app, Invocation& invocation) {
+         declareTask(app, invocation);
+         declareCount(app, invocation, "How many starts");
+       },
+       nextCommand},
+      {"run", "Run a task now",
+       [](CLI::App& app, Invocation& invocation) {
+         declareTask(app, invocation);
+         app.add_option("ARGUMENT", invocation.arguments,
+                        "Arguments of the script in place of the task's own; put -- before them");
+       },
+       runCommand},
+      {"enable", "Start a task by its schedule again", declareTask, enableCommand},
+      {"disable", "Start a task no more by its schedule", declareTask, disableCommand},
+      {"history", "List runs, the last first",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_option("TASK", invocation.task, "Only runs of this task");
+         declareCount(app, invocation, "How many runs");
+       },
+       historyCommand},
+      {"log", "Show what a run wrote, and how it ended",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_option("RUN", invocation.run, "Number of the run, as 'history' shows it")->required();
+         app.add_flag("--results", invocation.results, "Each attempt by itself");
+       },
+       logCommand},
+      {"delete", "Delete a task; its history stays",
+       [](CLI::App& app, Invocation& invocation) {
+         declareTask(app, invocation);
+         app.add_flag("-y,--yes", invocation.yes, "Do not ask");
+       },
+       deleteCommand},
+      {"codes", "List the codes of the store and their meaning", declareNothing, codesCommand},
+      {"completion", "Write a script that completes command lines",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_option("SHELL", invocation.shell, "The shell: bash")->required()->check(CLI::IsMember({"bash"}));
+       },
+       completionCommand},
+  };
+  return all;
+}
+
+OpenStore::OpenStore(const Invocation& invocation) : OpenStore(existing(StoreAddress::choose(invocation.store))) {}
+
+OpenStore::OpenStore(const StoreAddress& address) : session_(address), definitions_(session_) {}
+
+std::string timeText(std::optional<std::int64_t> millis) {
+  return millis ? formatted(*millis, "%Y-%m-%d %H:%M:%S %Z") : "-";
+}
+
+void putTime(Json& object, const std::string& key, std::optional<std::int64_t> millis) {
+  if (!millis) {
+    object[key] = nullptr;
+    object[key + "Ms"] = nullptr;
+    return;
+  }
+  std::string offset = formatted(*millis, "%z");  // +0100
+  if (offset.size() == 5) offset.insert(3, ":");
+  const std::int64_t part = ((*millis % 1000) + 1000) % 1000;
+  object[key] = fmt::format("{}.{:03}{}", formatted(*millis, "%Y-%m-%dT%H:%M:%S"), part, offset);
+  object[key + "Ms"] = *millis;
+}
+
+std::string outcomeText(bool succeeded, int returnCode) {
+  if (succeeded) return "succeeded";
+  switch (returnCode) {
+    case kRunTimedOut:
+      return "timed out";
+    case kRunTerminated:
+      return "terminated";
+    case kReturnMissed:
+      return "missed";
+    case kReturnInterrupted:
+      return "interrupted";
+    default:
+      return returnCode < 0 ? fmt::format("not started ({})", returnCode) : fmt::format("failed ({})", returnCode);
+  }
+}
+
+void print(const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+    throw HostError(kExitFailure, "standard output cannot be written");
+  }
+}
+
+void print(const Table& table) { print(table.text(Table::terminalWidth(STDOUT_FILENO))); }
+
+void printJson(const Json& json) { print(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"); }
+
+void say(const Invocation& invocation, const std::string& line) {
+  if (!invocation.quiet && !invocation.json) print(line + "\n");
+}
+
+std::string forOutput(const std::string& text) {
+  if (::isatty(STDOUT_FILENO) == 0) return text;
+  std::string result = text;
+  for (char& c : result) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte < 0x20 && c != '\n' && c != '\t') || byte == 0x7f) c = '?';
+  }
+  return result;
+}
+
+}  // namespace mesk::host

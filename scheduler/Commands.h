@@ -1,0 +1,109 @@
+// The commands of meskctl.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <scheduler/Definitions.h>
+#include <scheduler/ExitCodes.h>
+#include <scheduler/Session.h>
+#include <scheduler/StoreAddress.h>
+#include <scheduler/Table.h>
+
+namespace mesk::host {
+
+using Json = nlohmann::ordered_json;
+
+/// What the command line says, whatever the command; a command reads those that it declared.
+struct Invocation {
+  std::string store;
+  bool json = false;
+  bool quiet = false;
+
+  std::string file;
+  std::string task;
+  std::vector<std::string> names;
+  std::vector<std::string> arguments;
+  std::string shell;
+  long long run = 0;
+  std::size_t count = 20;
+  bool dryRun = false;
+  bool namesOnly = false;
+  bool results = false;
+  bool yes = false;
+};
+
+/// One command: its name, its help, its own options, and what it does. `run` answers an exit code and throws
+/// HostError.
+struct Command {
+  const char* name;
+  const char* help;
+  std::function<void(CLI::App& app, Invocation& invocation)> declare;
+  int (*run)(const Invocation& invocation);
+};
+
+/// All commands, in the order of the help.
+const std::vector<Command>& commands();
+
+/// A session with an existing store, and its definitions. Throws HostError when there is no store.
+class OpenStore {
+ public:
+  explicit OpenStore(const Invocation& invocation);
+  OpenStore(const StoreAddress& address);
+
+  Session& session() { return session_; }
+  Definitions& definitions() { return definitions_; }
+
+ private:
+  Session session_;
+  Definitions definitions_;
+};
+
+// Tasks.
+int applyCommand(const Invocation& invocation);
+int exportCommand(const Invocation& invocation);
+int listCommand(const Invocation& invocation);
+int showCommand(const Invocation& invocation);
+int runCommand(const Invocation& invocation);
+int enableCommand(const Invocation& invocation);
+int disableCommand(const Invocation& invocation);
+int deleteCommand(const Invocation& invocation);
+
+// What is to come, and what was.
+int queueCommand(const Invocation& invocation);
+int nextCommand(const Invocation& invocation);
+int historyCommand(const Invocation& invocation);
+int logCommand(const Invocation& invocation);
+
+// Without a store.
+int codesCommand(const Invocation& invocation);
+int completionCommand(const Invocation& invocation);
+
+/// "2026-12-24 18:00:00 CET"; "-" for none.
+std::string timeText(std::optional<std::int64_t> millis);
+
+/// Puts "<key>" ("2026-12-24T18:00:00.000+01:00") and "<key>Ms" into the object; null for none.
+void putTime(Json& object, const std::string& key, std::optional<std::int64_t> millis);
+
+/// How a run or an attempt that has ended did, from its return code.
+std::string outcomeText(bool succeeded, int returnCode);
+
+/// For people: the table as wide as the terminal.
+void print(const Table& table);
+void printJson(const Json& json);
+void print(const std::string& text);
+
+/// A line for people, unless they want quiet or JSON.
+void say(const Invocation& invocation, const std::string& line);
+
+/// Text of a script for standard output: as it is, unless that is a terminal, which it must not steer.
+std::string forOutput(const std::string& text);
+
+}  // namespace mesk::host

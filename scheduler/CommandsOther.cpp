@@ -1,0 +1,97 @@
+// Commands that need no store.
+#include <fmt/format.h>
+
+#include <scheduler/Commands.h>
+
+namespace mesk::host {
+namespace {
+
+/// Completes commands, options and names of tasks. Names are compared by hand: compgen would expand what is in them.
+// clang-format off
+constexpr const char* kBash = R"bash(# Completion of meskctl for bash: source this, or put it into /etc/bash_completion.d
+_meskctl() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command= store= word name i
+  COMPREPLY=()
+  for ((i = 1; i < COMP_CWORD; ++i)); do
+    word=${COMP_WORDS[i]}
+    case $word in
+      --store) ((++i)); store=${COMP_WORDS[i]} ;;
+      -*) ;;
+      *) [ -n "$command" ] || command=$word ;;
+    esac
+  done
+  if [ "$previous" = --store ]; then
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    return
+  fi
+  if [ -z "$command" ]; then
+    mapfile -t COMPREPLY < <(compgen -W "@COMMANDS@ --store --json --quiet --help --version" -- "$current")
+    return
+  fi
+  if [[ $current == -* ]]; then
+    case $command in
+@OPTIONS@    esac
+    return
+  fi
+  case $command in
+    apply) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    completion) mapfile -t COMPREPLY < <(compgen -W bash -- "$current") ;;
+    export | show | next | run | enable | disable | history | delete)
+      while IFS= read -r name; do
+        name=$(printf %q "$name")
+        [[ $name == "$current"* ]] && COMPREPLY+=("$name")
+      done < <("${COMP_WORDS[0]}" ${store:+--store "$store"} list --names 2>/dev/null)
+      ;;
+  esac
+}
+complete -F _meskctl meskctl
+)bash";
+// clang-format on
+
+void replace(std::string& text, const std::string& what, const std::string& with) {
+  text.replace(text.find(what), what.size(), with);
+}
+
+}  // namespace
+
+int codesCommand(const Invocation& invocation) {
+  if (invocation.json) {
+    Json array = Json::array();
+    for (const int code : storeCodes()) {
+      array.push_back(
+          {{"code", code}, {"meaning", storeCodeText(code)}, {"exitCode", static_cast<int>(exitCodeOf(code))}});
+    }
+    printJson(array);
+    return kExitOk;
+  }
+  Table table({{"CODE", Table::Align::kRight}, {"EXIT", Table::Align::kRight}, {"MEANING"}});
+  for (const int code : storeCodes()) {
+    table.add({std::to_string(code), std::to_string(exitCodeOf(code)), storeCodeText(code)});
+  }
+  print(table);
+  return kExitOk;
+}
+
+int completionCommand(const Invocation&) {
+  std::string names;
+  std::string options;
+  for (const Command& command : commands()) {
+    names += (names.empty() ? "" : " ") + std::string(command.name);
+    CLI::App app;
+    Invocation unused;
+    command.declare(app, unused);
+    std::string words = "--store --json --quiet";
+    for (const CLI::Option* option : app.get_options()) {
+      for (const std::string& name : option->get_lnames()) words += " --" + name;
+    }
+    options +=
+        fmt::format("      {}) mapfile -t COMPREPLY < <(compgen -W \"{}\" -- \"$current\") ;;\n", command.name, words);
+  }
+  std::string script = kBash;
+  replace(script, "@COMMANDS@", names);
+  replace(script, "@OPTIONS@", options);
+  print(script);
+  return kExitOk;
+}
+
+}  // namespace mesk::host

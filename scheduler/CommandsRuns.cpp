@@ -1,0 +1,317 @@
+// Commands about what is to come and what was.
+#include <fmt/format.h>
+
+#include <map>
+
+#include <mesk/history/MDTaskHistory.h>
+#include <mesk/history/MDTaskHistoryType.h>
+#include <mesk/history/MDTaskResult.h>
+#include <mesk/schedule/MDScheduleEventType.h>
+#include <platform/Clock.h>
+#include <scheduler/Commands.h>
+#include <scheduler/RunDirectory.h>
+#include <scheduler/RunLauncher.h>
+#include <scheduler/Scheduler.h>
+#include <scheduler/Units.h>
+
+namespace mesk::host {
+namespace {
+
+using Histories = std::vector<std::unique_ptr<MDTaskHistory>>;
+
+bool hasEnded(int status) { return status != kRunRunning && status != kRunWaiting; }
+
+std::string statusText(int status) { return textOf(static_cast<RunningStatus>(status)); }
+
+/// "failed (3)"; the code where it says more than the status.
+std::string resultText(int status, int returnCode) {
+  return status == kRunFailed || status == kRunWaiting ? fmt::format("{} ({})", statusText(status), returnCode)
+                                                       : statusText(status);
+}
+
+const char* causeText(int invocationMethod) {
+  switch (invocationMethod) {
+    case 0:
+      return "run now";
+    case 1:
+      return "schedule";
+    default:
+      return "again";
+  }
+}
+
+std::string kindText(const Execution& execution) {
+  if (execution.run != -1) return execution.queued ? "retry" : "running";
+  return execution.queued ? "queued" : "running";
+}
+
+Histories histories(Session& session, std::optional<long long> taskID) {
+  ThreadContext& ctx = session.ctx();
+  int rc = 0;
+  int sqlCode = 0;
+  MDTaskHistoryType home(ctx, session.context(), rc, sqlCode);
+  session.check(rc, sqlCode, "opening the history");
+  MDTaskHistory** items = nullptr;
+  int count = 0;
+  rc = taskID ? home.retrieveList(ctx, session.context(), *taskID, items, count, sqlCode)
+              : home.retrieveList(ctx, session.context(), items, count, sqlCode);
+  auto result = owned(items, count);
+  session.checkUnless(kStoreNothing, rc, sqlCode, "listing the history");
+  return result;
+}
+
+/// Runs of a task, also of one that was deleted since: then those recorded under its name.
+Histories historiesOf(OpenStore& store, const std::string& name) {
+  Session& session = store.session();
+  std::unique_ptr<MDTask> task;
+  std::optional<HostError> unknown;
+  try {
+    task = store.definitions().find(name);
+  } catch (const StoreError&) {
+    throw;
+  } catch (const HostError& error) {
+    unknown = error;
+  }
+  if (task != nullptr) return histories(session, task->getTaskID(session.ctx()));
+  Histories result = histories(session, std::nullopt);
+  std::erase_if(result, [&](const auto& run) { return text(run->getTaskName(session.ctx())) != name; });
+  if (result.empty()) throw *unknown;
+  return result;
+}
+
+Json jsonOf(MDTaskHistory& run, Session& session) {
+  ThreadContext& ctx = session.ctx();
+  const int status = run.getRunningStatus(ctx);
+  Json object;
+  object["run"] = run.getTaskHistoryID(ctx);
+  object["task"] = text(run.getTaskName(ctx));
+  object["status"] = statusText(status);
+  if (hasEnded(status) || status == kRunWaiting) {
+    object["returnCode"] = run.getReturnCode(ctx);
+  } else {
+    object["returnCode"] = nullptr;
+  }
+  putTime(object, "start", session.millis(run.getStart(ctx)));
+  putTime(object, "end", session.millis(run.getEnd(ctx)));
+  object["durationSeconds"] = run.getDuration(ctx);
+  object["retries"] = run.getRetryCount(ctx);
+  object["cause"] = causeText(run.getInvocationMethod(ctx));
+  object["user"] = text(run.getUserID(ctx));
+  return object;
+}
+
+struct Attempt {
+  int number;
+  int returnCode;
+  int status;
+  std::optional<std::int64_t> start;
+  std::optional<std::int64_t> end;
+  std::string output;
+};
+
+std::vector<Attempt> attempts(MDTaskHistory& run, Session& session) {
+  ThreadContext& ctx = session.ctx();
+  MDTaskResult** items = nullptr;
+  int count = 0;
+  int sqlCode = 0;
+  const int rc = run.retrieveTaskResultList(ctx, session.context(), items, count, sqlCode);
+  const auto results = owned(items, count);
+  session.checkUnless(kStoreNothing, rc, sqlCode, "listing the attempts of a run");
+  std::vector<Attempt> list;
+  for (const auto& result : results) {
+    list.push_back({result->getPartitionID(ctx), result->getReturnCode(ctx), result->getRunningStatus(ctx),
+                    session.millis(result->getStart(ctx)), session.millis(result->getEnd(ctx)),
+                    text(result->getExecutionResultsString(ctx))});
+  }
+  return list;
+}
+
+/// What the attempt that runs now has written, if this user may see it.
+std::string outputSoFar(MDTaskHistory& run, Session& session) {
+  ThreadContext& ctx = session.ctx();
+  if (run.getRunningStatus(ctx) != kRunRunning) return {};
+  const AttemptID id{run.getTaskHistoryID(ctx), run.getRetryCount(ctx) + 1};
+  try {
+    return RunDirectory(session.address().runsDirectory() + "/" + id.text()).output();
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
+std::string endedWithLine(std::string text) {
+  if (!text.empty() && !text.ends_with('\n')) text += '\n';
+  return text;
+}
+
+}  // namespace
+
+int queueCommand(const Invocation& invocation) {
+  OpenStore store(invocation);
+  Session& session = store.session();
+  ThreadContext& ctx = session.ctx();
+  std::map<std::pair<long long, int>, std::string> names;
+  std::map<long long, std::string> rules;
+  for (const auto& task : store.definitions().tasks()) {
+    names[{task->getTaskID(ctx), task->getSuffix(ctx)}] = text(task->getTaskName(ctx));
+    for (const StoredRule& rule : store.definitions().rules(*task)) rules[rule.id] = wordsOf(rule.rule);
+  }
+  const auto causeOf = [&rules](const Execution& execution) -> std::string {
+    if (execution.runNow) return "run now";
+    const auto rule = rules.find(execution.ruleID);
+    return rule == rules.end() ? "again" : rule->second;
+  };
+  const auto queue = store.definitions().executions();
+  if (invocation.json) {
+    Json array = Json::array();
+    for (const Execution& execution : queue) {
+      Json object;
+      object["execution"] = execution.id;
+      object["task"] = names[{execution.taskID, execution.suffix}];
+      object["state"] = kindText(execution);
+      putTime(object, "start", execution.start);
+      putTime(object, "instant", execution.instant);
+      if (execution.run == -1) {
+        object["run"] = nullptr;
+      } else {
+        object["run"] = execution.run;
+      }
+      object["cause"] = causeOf(execution);
+      array.push_back(object);
+    }
+    printJson(array);
+    return kExitOk;
+  }
+  if (queue.empty()) {
+    say(invocation, "Nothing runs and nothing is to run.");
+    return kExitOk;
+  }
+  Table table({{"START"}, {"TASK"}, {"STATE"}, {"RUN", Table::Align::kRight}, {"CAUSE"}});
+  for (const Execution& execution : queue) {
+    table.add({timeText(execution.start), names[{execution.taskID, execution.suffix}], kindText(execution),
+               execution.run == -1 ? "" : std::to_string(execution.run), causeOf(execution)});
+  }
+  print(table);
+  return kExitOk;
+}
+
+int nextCommand(const Invocation& invocation) {
+  OpenStore store(invocation);
+  const auto task = store.definitions().find(invocation.task);
+  const auto upcoming = store.definitions().upcoming(*task, invocation.count);
+  if (invocation.json) {
+    Json array = Json::array();
+    for (const Upcoming& next : upcoming) {
+      Json object;
+      putTime(object, "start", next.start);
+      object["why"] = next.why;
+      object["overdue"] = next.overdue;
+      array.push_back(object);
+    }
+    printJson(array);
+    return kExitOk;
+  }
+  if (upcoming.empty()) {
+    const bool enabled = task->getScheduleEnable(store.session().ctx()) != 0;
+    say(invocation, fmt::format("task '{}' has no next start{}", invocation.task,
+                                enabled ? ""
+                                        : fmt::format(": its schedule is disabled; 'meskctl enable {}' switches it on",
+                                                      invocation.task)));
+    return kExitOk;
+  }
+  Table table({{"START"}, {"CAUSE"}});
+  for (const Upcoming& next : upcoming) {
+    table.add({timeText(next.start), next.overdue ? next.why + " (overdue)" : next.why});
+  }
+  print(table);
+  return kExitOk;
+}
+
+int historyCommand(const Invocation& invocation) {
+  OpenStore store(invocation);
+  Session& session = store.session();
+  ThreadContext& ctx = session.ctx();
+  Histories runs = invocation.task.empty() ? histories(session, std::nullopt) : historiesOf(store, invocation.task);
+  if (runs.size() > invocation.count) runs.resize(invocation.count);
+  if (invocation.json) {
+    Json array = Json::array();
+    for (const auto& run : runs) array.push_back(jsonOf(*run, session));
+    printJson(array);
+    return kExitOk;
+  }
+  if (runs.empty()) {
+    say(invocation, "There are no runs yet.");
+    return kExitOk;
+  }
+  Table table({{"RUN", Table::Align::kRight},
+               {"TASK"},
+               {"START"},
+               {"DURATION", Table::Align::kRight},
+               {"RESULT"},
+               {"RETRIES", Table::Align::kRight},
+               {"CAUSE"}});
+  for (const auto& run : runs) {
+    const int status = run->getRunningStatus(ctx);
+    table.add({std::to_string(run->getTaskHistoryID(ctx)), text(run->getTaskName(ctx)),
+               timeText(session.millis(run->getStart(ctx))),
+               hasEnded(status) ? durationText(run->getDuration(ctx)) : "", resultText(status, run->getReturnCode(ctx)),
+               std::to_string(run->getRetryCount(ctx)), causeText(run->getInvocationMethod(ctx))});
+  }
+  print(table);
+  return kExitOk;
+}
+
+int logCommand(const Invocation& invocation) {
+  OpenStore store(invocation);
+  Session& session = store.session();
+  ThreadContext& ctx = session.ctx();
+  int rc = 0;
+  int sqlCode = 0;
+  MDTaskHistoryType home(ctx, session.context(), rc, sqlCode);
+  session.check(rc, sqlCode, "opening the history");
+  const auto run = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session.context(), invocation.run, rc, sqlCode));
+  if (!session.checkUnless(kStoreNotFound, rc, sqlCode, fmt::format("reading run {}", invocation.run))) {
+    throw HostError(kExitNotFound, fmt::format("no run {}; 'meskctl history' shows all", invocation.run));
+  }
+  const std::string journal = endedWithLine(text(run->getJournalResult(ctx))) + outputSoFar(*run, session);
+  const auto results = invocation.results ? attempts(*run, session) : std::vector<Attempt>();
+  if (invocation.json) {
+    Json object = jsonOf(*run, session);
+    object["log"] = journal;
+    if (invocation.results) {
+      Json array = Json::array();
+      for (const Attempt& attempt : results) {
+        Json one;
+        one["attempt"] = attempt.number;
+        one["status"] = statusText(attempt.status);
+        one["returnCode"] = attempt.returnCode;
+        putTime(one, "start", attempt.start);
+        putTime(one, "end", attempt.end);
+        one["output"] = attempt.output;
+        array.push_back(one);
+      }
+      object["attempts"] = array;
+    }
+    printJson(object);
+    return kExitOk;
+  }
+  const int status = run->getRunningStatus(ctx);
+  if (!invocation.quiet) {
+    std::string header = fmt::format("Run {} of {}, by {}\n", invocation.run, text(run->getTaskName(ctx)),
+                                     causeText(run->getInvocationMethod(ctx)));
+    header += fmt::format("{} to {}: {}\n", timeText(session.millis(run->getStart(ctx))),
+                          timeText(session.millis(run->getEnd(ctx))), resultText(status, run->getReturnCode(ctx)));
+    print(forOutput(header + "\n"));
+  }
+  if (!invocation.results) {
+    print(forOutput(journal));
+    return kExitOk;
+  }
+  for (const Attempt& attempt : results) {
+    print(forOutput(fmt::format("Attempt {}, {} to {}: {}\n", attempt.number, timeText(attempt.start),
+                                timeText(attempt.end), resultText(attempt.status, attempt.returnCode)) +
+                    endedWithLine(attempt.output) + "\n"));
+  }
+  return kExitOk;
+}
+
+}  // namespace mesk::host

@@ -1,0 +1,63 @@
+// The command line of the store.
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <ctime>
+
+#include <platform/CodePage.h>
+#include <scheduler/Commands.h>
+#include <scheduler/Programs.h>
+
+namespace {
+
+using namespace mesk::host;
+
+/// A JVM for a fraction of a second: no time for the second compiler or for a collector with threads of its own.
+constexpr const char* kShortLived = "-XX:TieredStopAtLevel=1 -XX:+UseSerialGC";
+
+int run(int argc, char** argv) {
+  CLI::App app("Defines the tasks of a Mesk store, and tells how they do.", "meskctl");
+  Invocation invocation;
+  app.add_option("--store", invocation.store,
+                 "The store: a file, or a JDBC URL. Default: the environment variable MESK_STORE")
+      ->type_name("FILE-OR-URL");
+  app.add_flag("--json", invocation.json, "Answer in JSON");
+  app.add_flag("-q,--quiet", invocation.quiet, "Say nothing when all is well");
+  app.set_version_flag("--version", std::string("meskctl ") + kVersion);
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.footer(
+      "Exit codes: 0 done, 1 failed, 2 usage, 3 task file wrong, 4 not found, 5 refused, 6 store cannot be opened,\n"
+      "7 no JVM, 8 store library missing, 9 store failed. See meskctl(1).");
+  const Command* chosen = nullptr;
+  for (const Command& command : commands()) {
+    CLI::App* const subcommand = app.add_subcommand(command.name, command.help);
+    command.declare(*subcommand, invocation);
+    subcommand->callback([&chosen, &command] { chosen = &command; });
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kExitOk : kExitUsage;
+  }
+  return chosen->run(invocation);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Task files are UTF-8 whatever the locale says.
+  mesk::setProcessCodePage(mesk::kUtf8CodePage);
+  ::setenv("MESK_JVM_OPTIONS", kShortLived, 0);
+  ::tzset();
+  try {
+    return run(argc, argv);
+  } catch (const HostError& error) {
+    fmt::print(stderr, "meskctl: {}\n", error.what());
+    return error.exitCode();
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "meskctl: {}\n", error.what());
+    return kExitFailure;
+  }
+}
