@@ -240,6 +240,21 @@ abstract class StoreContract {
     }
 
     @Test
+    void anOperationThatFailsHalfwayLeavesNothing() {
+        MDTask task = session.newTask("halfway");
+        MDTaskHistory first = session.newHistory(task, INSTANT, 2);
+        task.setOwner("changed");
+        session.update(task);
+        MDTaskHistory twin = new MDTaskHistory();
+        twin.setTaskHistoryID(first.getTaskHistoryID());
+        twin.setTaskID(task.getTaskID());
+        session.insert(twin, StoreCodes.EXISTS);
+        session.commit();
+        assertEquals(1, session.number("SELECT count(*) FROM task_snapshot"));
+        assertEquals("changed", session.task(task.getTaskID()).getOwner());
+    }
+
+    @Test
     void aFailedFirstOperationHoldsNoLock() {
         session.newTask("first");
         session.commit();
