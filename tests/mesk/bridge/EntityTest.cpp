@@ -33,6 +33,7 @@ TEST_F(EntityTest, ANewRecordIsMadeWithTheContextAndAnExceptionObject) {
   EXPECT_EQ(rc, 0);
   EXPECT_EQ(sqlCode, 0);
   EXPECT_EQ(script.calls(), Strings{"new MDScheduleEvent(context, exception)"});
+  EXPECT_EQ(script.count("MDUtility.getNestedSQLCode(exception)"), 0);
   EXPECT_EQ(jni.globals(), 2);
 }
 

@@ -58,6 +58,7 @@ TEST_P(ListTest, HandsOutAWrapperForEachElementInOrder) {
   ASSERT_EQ(count, 3);
   for (int i = 0; i < 3; ++i) EXPECT_EQ(items[i]->getLong(ctx, "getTaskID"), 7 + i);
   EXPECT_EQ(script.calls(), Strings{"MDTaskType.retrieveList(context, exception)"});
+  EXPECT_EQ(script.count("MDUtility.getNestedSQLCode(exception)"), 0);
   EXPECT_EQ(jni.locals(), 0);
 }
 
