@@ -180,6 +180,15 @@ Json definitionJson(const TaskDefinition& task) {
   return object;
 }
 
+/// A new store needs a folder, which is easily misspelt.
+void checkFolder(const StoreAddress& address) {
+  const std::filesystem::path path(address.path());
+  if (std::filesystem::is_directory(path)) throw HostError(kExitNoStore, fmt::format("{} is a folder", path.string()));
+  if (!std::filesystem::is_directory(path.parent_path())) {
+    throw HostError(kExitNoStore, fmt::format("there is no folder {} for the store", path.parent_path().string()));
+  }
+}
+
 }  // namespace
 
 int applyCommand(const Invocation& invocation) {
@@ -191,6 +200,7 @@ int applyCommand(const Invocation& invocation) {
     throw HostError(kExitBadFile, fmt::format("nothing was applied: {} error{} in {}{}", file.errors.size(),
                                               file.errors.size() == 1 ? "" : "s", invocation.file, more));
   }
+  checkFolder(address);
   if (invocation.dryRun && !std::filesystem::exists(address.path())) {
     tell(invocation, allCreated(file.tasks));
     return kExitOk;

@@ -295,7 +295,9 @@ Applied Definitions::create(const TaskDefinition& wanted, std::vector<Execution>
   task.setSuffix(ctx_, kSuffix);
   task.setTaskType(ctx_, kTaskTypeScript);
   fill(task, wanted);
-  session_.check(task.insert(ctx_, session_.context(), sqlCode), sqlCode, fmt::format("adding task '{}'", wanted.name));
+  // One of that name that was not there a moment ago is a change by somebody else, as any other.
+  const int code = task.insert(ctx_, session_.context(), sqlCode);
+  session_.check(code == kStoreExists ? kStoreChanged : code, sqlCode, fmt::format("adding task '{}'", wanted.name));
   for (const ScheduleRule& rule : wanted.schedule) addRule(task, rule);
   if (plan(task, queue) > 0) {
     updateNextStart(task, queue);

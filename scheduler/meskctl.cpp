@@ -14,7 +14,7 @@ namespace {
 using namespace mesk::host;
 
 /// A JVM for a fraction of a second: no time for the second compiler or for a collector with threads of its own.
-constexpr const char* kShortLived = "-XX:TieredStopAtLevel=1 -XX:+UseSerialGC";
+constexpr const char* kShortLived = "-XX:TieredStopAtLevel=1 -XX:+UseSerialGC -XX:-UsePerfData";
 
 int run(int argc, char** argv) {
   CLI::App app("Defines the tasks of a Mesk store, and tells how they do.", "meskctl");
@@ -39,7 +39,8 @@ int run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kExitOk : kExitUsage;
+    if (error.get_exit_code() == 0) return app.exit(error);  // help or version
+    throw HostError(kExitUsage, fmt::format("{}; 'meskctl --help' tells more", error.what()));
   }
   return chosen->run(invocation);
 }
