@@ -42,10 +42,12 @@ TEST_F(LifeTest, EveryFiringOfFourHundredDaysIsTheOneThatWasForetold) {
   std::map<std::string, std::vector<std::int64_t>> foretold;
   for (const auto& task : definitions.tasks()) {
     std::vector<std::int64_t>& starts = foretold[text(task->getTaskName(ctx()))];
-    for (const Upcoming& next : definitions.upcoming(*task, std::size_t{kDays} * 24 * 60)) {
-      if (next.start > end) break;
-      starts.push_back(next.start);
+    for (std::size_t count = 16; starts.empty() || starts.back() <= end; count *= 2) {
+      starts.clear();
+      for (const Upcoming& next : definitions.upcoming(*task, count)) starts.push_back(next.start);
+      if (starts.size() < count) break;
     }
+    starts.erase(std::upper_bound(starts.begin(), starts.end(), end), starts.end());
   }
 
   std::size_t rounds = 0;
