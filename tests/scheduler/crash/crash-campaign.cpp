@@ -17,6 +17,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -88,6 +89,8 @@ class Campaign {
   void run() {
     writeTasks();
     command({MESK_BIN "/meskctl", "--store", store_, "apply", folder_ + "/tasks.yaml"});
+    // As if no scheduler had run since the rules began: each starts at its first instant.
+    query(fmt::format("UPDATE task_exec SET original_schedule_time = {0}, next_start_date_time = {0}", begin_));
     for (int i = 1; i <= kills_; ++i) {
       killOne();
       check(fmt::format("after kill {}", i));
@@ -154,7 +157,8 @@ class Campaign {
   void writeTasks() {
     // The zone has no part in this: what is stored are moments.
     ::setenv("TZ", "UTC", 1);
-    const std::time_t begin = std::time(nullptr) - 3 * 24 * 3600;
+    const std::time_t begin = (std::time(nullptr) / 60 - 3 * 24 * 60) * 60;
+    begin_ = std::int64_t{begin} * 1000;
     std::array<char, 32> text{};
     std::tm broken{};
     ::gmtime_r(&begin, &broken);
@@ -312,6 +316,7 @@ class Campaign {
   std::string folder_;
   std::string store_;
   std::string when_;
+  std::int64_t begin_ = 0;  ///< the first instant of the rules, in milliseconds
 };
 
 }  // namespace
