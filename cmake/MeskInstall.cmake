@@ -42,17 +42,19 @@ install(CODE "
     file(GLOB neighbours LIST_DIRECTORIES false \"\${jars}/*.jar\")
     list(REMOVE_ITEM neighbours \"\${jars}/mesk-store.jar\")
     list(SORT neighbours)
+    file(REMOVE_RECURSE \"${CMAKE_BINARY_DIR}/install-warmup\")
+    file(MAKE_DIRECTORY \"${CMAKE_BINARY_DIR}/install-warmup\")
     list(JOIN neighbours \":\" neighbours)
     execute_process(COMMAND \"${Java_JAVA_EXECUTABLE}\" \"-XX:ArchiveClassesAtExit=\${jars}/mesk-store.jsa\"
       -Xlog:cds=off -Xlog:cds+dynamic=off -cp \"\${jars}/mesk-store.jar:\${neighbours}\"
-      com.orvik.kelvo.mesk.store.Warmup \"${CMAKE_BINARY_DIR}/install-warmup.mesk\" COMMAND_ERROR_IS_FATAL ANY)
+      com.orvik.kelvo.mesk.store.Warmup \"${CMAKE_BINARY_DIR}/install-warmup/store.mesk\" COMMAND_ERROR_IS_FATAL ANY)
   endif()
 ")
 
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/mesk-config-version.cmake" COMPATIBILITY SameMajorVersion)
 configure_file(cmake/mesk-config.cmake.in "${CMAKE_BINARY_DIR}/mesk-config.cmake" @ONLY)
 install(FILES "${CMAKE_BINARY_DIR}/mesk-config.cmake" "${CMAKE_BINARY_DIR}/mesk-config-version.cmake"
-  DESTINATION "${MESK_PACKAGE_DIRECTORY}")
+  cmake/MeskJni.cmake DESTINATION "${MESK_PACKAGE_DIRECTORY}")
 configure_file(cmake/mesk.pc.in "${CMAKE_BINARY_DIR}/mesk.pc" @ONLY)
 install(FILES "${CMAKE_BINARY_DIR}/mesk.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 

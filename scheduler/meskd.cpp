@@ -1,4 +1,5 @@
 // The scheduler host.
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include <platform/CodePage.h>
 #include <scheduler/Daemon.h>
 #include <scheduler/Programs.h>
 #include <scheduler/Units.h>
@@ -16,6 +18,8 @@
 namespace {
 
 using namespace mesk::host;
+using mesk::kUtf8CodePage;
+using mesk::setProcessCodePage;
 
 constexpr std::size_t kLogBytes = 10 << 20;
 constexpr std::size_t kLogFiles = 5;
@@ -72,7 +76,13 @@ int run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
   }
+  setProcessCodePage(kUtf8CodePage);  // what task files and scripts are written in
   openLog(log);
+  if (options.readyFd >= 0 && ::fcntl(options.readyFd, F_GETFD) < 0) {
+    // As after this program put itself in its own place: its number may soon be that of another file.
+    spdlog::info("descriptor {} is not open: nobody is told that the queue is loaded", options.readyFd);
+    options.readyFd = -1;
+  }
   options.stopTimeoutSeconds = durationFromText(stopTimeout);
   options.keepHistorySeconds = durationFromText(keepHistory);
 

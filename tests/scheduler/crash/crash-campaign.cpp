@@ -40,6 +40,7 @@ namespace {
 using mesk::host::UniqueFd;
 
 constexpr int kPatienceMillis = 60'000;
+constexpr int kDrainMillis = 900'000;  // every interrupted run that is to be run again, one after the other
 
 struct Process {
   pid_t pid = -1;
@@ -175,13 +176,13 @@ class Campaign {
     task(2, "true", "    interrupted: rerun\n");
     task(3, "test $MESK_ATTEMPT -gt 1", "    retry: {count: 1, interval: 0s}\n");
     task(4, "exec sleep 0.2", "");
-    task(5, "exec sleep 1", "    interrupted: rerun\n");
+    task(5, "exec sleep 0.5", "    interrupted: rerun\n");
     task(6, "head -c 100000 /dev/zero | tr '\\0' x", "");
   }
 
-  void command(const std::vector<std::string>& words) {
+  void command(const std::vector<std::string>& words, int patience = kPatienceMillis) {
     const Process process = start(words, folder_ + "/commands.log");
-    if (!readable(process.ended.get(), kPatienceMillis)) throw std::runtime_error(words[0] + " does not end");
+    if (!readable(process.ended.get(), patience)) throw std::runtime_error(words[0] + " does not end");
     if (const int code = reap(process); code != 0) {
       throw std::runtime_error(fmt::format("{} {} ended with {}; see {}", words[0], words[3], code, folder_));
     }
@@ -226,7 +227,7 @@ class Campaign {
   void drain() {
     for (int i = 1; i <= 6; ++i)
       command({MESK_BIN "/meskctl", "--store", store_, "disable", fmt::format("task-{}", i)});
-    command({MESK_BIN "/meskd", "--store", store_, "--exit-when-idle"});
+    command({MESK_BIN "/meskd", "--store", store_, "--exit-when-idle", "--limit", "8"}, kDrainMillis);
   }
 
   void check(const std::string& when) {
