@@ -56,7 +56,7 @@ class MESK_API MDObject {
 
  protected:
   /// A dead wrapper, for a constructor that makes its object itself.
-  MDObject();
+  MESK_LOCAL MDObject();
 
   // One Java property by the name of its method. A null object as a value reaches Java as null.
   void setInt(ThreadContext& ctx, const char* method, int value);

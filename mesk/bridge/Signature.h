@@ -12,10 +12,10 @@ struct FixedString {
   char text[N] = {};
 
   constexpr FixedString() = default;
-  constexpr FixedString(const char (&literal)[N]) {
-    std::copy_n(literal, N, text);
-  }                                                        // NOLINT(google-explicit-constructor)
-  constexpr operator const char*() const { return text; }  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  constexpr FixedString(const char (&literal)[N]) { std::copy_n(literal, N, text); }
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  constexpr operator const char*() const { return text; }
 };
 
 template <FixedString... Parts>

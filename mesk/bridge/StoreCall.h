@@ -92,6 +92,15 @@ class StoreCall {
   bool reached_ = false;
 };
 
+/// A method of the store whose code nobody asks for: a failure gives what Java returned with it.
+template <class R, class... Arguments>
+R callUnreported(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature,
+                 Arguments... arguments) {
+  const PARLException exception(ctx);
+  return isLive(exception) ? callMethod<R>(ctx, target, name, signature, arguments..., exception.object)
+                           : unreached<R>(ctx);
+}
+
 /// A record of the store by its key: `rc` and `sqlCode` are set, and what Java returned is handed out, whatever
 /// the code.
 template <class... Arguments>
@@ -101,6 +110,14 @@ jobject retrieveObject(ThreadContext& ctx, const MDObject& home, const char* nam
   auto result = call.invoke<LocalRef<>>(home, name, signature, arguments...);
   rc = call.finish();
   return result.release();
+}
+
+/// As `retrieveObject`, but null beside a code that is not 0.
+template <class... Arguments>
+jobject retrieveRecord(ThreadContext& ctx, const MDObject& home, const char* name, const char* signature, int& rc,
+                       int& sqlCode, Arguments... arguments) {
+  LocalRef<> record(ctx.env, retrieveObject(ctx, home, name, signature, rc, sqlCode, arguments...));
+  return rc == 0 ? record.release() : nullptr;
 }
 
 /// An operation of the store without a result of its own.

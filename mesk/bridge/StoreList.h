@@ -39,7 +39,7 @@ class Elements {
 /// Reads the elements of `collection` into a new array, one `make(element)` each; `make` gets an owned local
 /// reference. Missing methods leave `items` null and `count` 0.
 template <class Element, class Make>
-void readCollection(ThreadContext& ctx, LocalRef<>& collection, Element*& items, int& count, Make make) {
+void readCollection(ThreadContext& ctx, const LocalRef<>& collection, Element*& items, int& count, Make make) {
   const Elements elements(ctx, collection.get());
   count = elements.count();
   if (count < 1) return;
@@ -53,7 +53,7 @@ void readCollection(ThreadContext& ctx, LocalRef<>& collection, Element*& items,
 
 /// As `readCollection`, through the collection's `toArray`.
 template <class Element, class Make>
-void readArray(ThreadContext& ctx, LocalRef<>& collection, Element*& items, int& count, Make make) {
+void readArray(ThreadContext& ctx, const LocalRef<>& collection, Element*& items, int& count, Make make) {
   JNIEnv* const env = ctx.env;
   const LocalRef<jclass> cls(env, env->GetObjectClass(collection.get()));
   const jmethodID toArray = env->GetMethodID(cls.get(), "toArray", "()[Ljava/lang/Object;");
@@ -90,7 +90,7 @@ int retrieveWrappers(ThreadContext& ctx, const MDObject& target, const char* nam
   count = 0;
   StoreCall call(ctx, sqlCode);
   {
-    auto collection = call.invoke<LocalRef<>>(target, name, signature, arguments...);
+    const auto collection = call.invoke<LocalRef<>>(target, name, signature, arguments...);
     if (call.code() == 0 && collection) {
       const auto wrap = [&](const LocalRef<>& element) { return newWrapper<Wrapper>(ctx, element.get()); };
       if (form == ListForm::sizeAndGet) {

@@ -1,9 +1,11 @@
 // Entry, exit and error records of one traced operation.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 
 #include <platform/Trace.h>
 
@@ -26,6 +28,13 @@ class Traced {
   void error(std::uint32_t probe, std::int32_t value) const { error(probe, &value, sizeof value); }
   void errorText(std::uint32_t probe, const char* text) const { error(probe, text, std::strlen(text)); }
 
+  /// A local time that could not be converted: its nine numbers. What the C library keeps behind them is its own.
+  void errorTime(std::uint32_t probe, const std::tm& local) const {
+    constexpr std::size_t kBytes = 9 * sizeof(std::int32_t);
+    static_assert(offsetof(std::tm, tm_isdst) + sizeof(std::int32_t) == kBytes);
+    error(probe, &local, kBytes);
+  }
+
   /// A value worth seeing that is no failure.
   void variable(std::uint32_t probe, std::int32_t value) const {
     if (on()) _gtraceVar(ossThreadID(), function_, probe, 4, 0, 1, 0, sizeof value, &value);
@@ -41,7 +50,10 @@ class Traced {
   }
 
  private:
-  static bool on() { return g_pGTCB != nullptr && g_pGTCB->traceOn != 0; }
+  /// Another thread may be switching the trace; no order with what it does is asked for.
+  static bool on() {
+    return g_pGTCB != nullptr && std::atomic_ref<std::uint32_t>(g_pGTCB->traceOn).load(std::memory_order_relaxed) != 0;
+  }
 
   std::uint32_t function_;
 };

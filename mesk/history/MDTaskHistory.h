@@ -145,7 +145,7 @@ class MESK_API MDTaskHistory : public MDObject {
   /// Deletes the latch, which nobody may be using.
   static void freeLock();
 
-  static OSSLatch* lockAllData;  ///< null until first use
+  MESK_LOCAL static OSSLatch* lockAllData;  ///< null until first use
 
  private:
   MESK_LOCAL int store(ThreadContext& ctx, const char* method, std::uint32_t logFunction, jobject context,

@@ -25,13 +25,13 @@ int MDTaskHistoryType::deleteIt(ThreadContext& ctx, jobject context, long long t
 
 jobject MDTaskHistoryType::retrieve(ThreadContext& ctx, jobject context, long long taskHistoryID, int& rc,
                                     int& sqlCode) {
-  return retrieveObject(ctx, *this, "retrieve", storeSignature<"J", kHistoryType>, rc, sqlCode, context,
+  return retrieveRecord(ctx, *this, "retrieve", storeSignature<"J", kHistoryType>, rc, sqlCode, context,
                         static_cast<jlong>(taskHistoryID));
 }
 
 jobject MDTaskHistoryType::retrieve(ThreadContext& ctx, jobject context, long long taskID, int suffix,
                                     SCTimestamp& start, int& rc, int& sqlCode) {
-  return retrieveObject(ctx, *this, "retrieve", storeSignature<joined<"JI", kTimestampType>, kHistoryType>, rc, sqlCode,
+  return retrieveRecord(ctx, *this, "retrieve", storeSignature<joined<"JI", kTimestampType>, kHistoryType>, rc, sqlCode,
                         context, static_cast<jlong>(taskID), static_cast<jint>(suffix), start.object);
 }
 

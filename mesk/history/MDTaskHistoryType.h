@@ -15,7 +15,7 @@ class MESK_API MDTaskHistoryType : public MDObject {
   /// Deletes the history of one task as of `before`; whether that moment is included is the store's to say.
   int deleteIt(ThreadContext& ctx, jobject context, long long taskID, int suffix, SCTimestamp& before, int& sqlCode);
 
-  /// The record as Java gave it, whatever the code: a local reference for the wrapping constructor of `MDTaskHistory`.
+  /// The record as a local reference, for the wrapping constructor of `MDTaskHistory`; null whenever `rc` is not 0.
   jobject retrieve(ThreadContext& ctx, jobject context, long long taskHistoryID, int& rc, int& sqlCode);
   MESK_LOCAL jobject retrieve(ThreadContext& ctx, jobject context, long long taskID, int suffix, SCTimestamp& start,
                               int& rc, int& sqlCode);

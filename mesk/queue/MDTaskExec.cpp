@@ -217,9 +217,7 @@ Blob* MDTaskExec::getPassword(ThreadContext& ctx) const { return getBlob(ctx, "g
 void MDTaskExec::setPassword(ThreadContext& ctx, Blob* value) { setBlob(ctx, "setPassword", value); }
 
 jbyteArray MDTaskExec::getPassword(ThreadContext& ctx, jobject context) const {
-  int unused = 0;
-  StoreCall call(ctx, unused);
-  return call.invoke<LocalRef<jbyteArray>>(*this, "getPassword", storeSignature<"", "[B">, context).release();
+  return callUnreported<LocalRef<jbyteArray>>(ctx, *this, "getPassword", storeSignature<"", "[B">, context).release();
 }
 
 void MDTaskExec::setPasswordByteArr(ThreadContext& ctx, jbyteArray value) {

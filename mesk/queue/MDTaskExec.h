@@ -165,7 +165,7 @@ class MESK_API MDTaskExec : public MDObject {
   int setExecutePermission(ThreadContext& ctx, jobject context, MDUser& user, int allowed, int& sqlCode);
   int setExecutePermission(ThreadContext& ctx, jobject context, MDGroup& group, int allowed, int& sqlCode);
 
-  static OSSLatch* lockAllData;  ///< null until the first use
+  MESK_LOCAL static OSSLatch* lockAllData;  ///< null until the first use
 
  private:
   MESK_LOCAL int logged(ThreadContext& ctx, std::uint32_t function, int code, const int& sqlCode) const;

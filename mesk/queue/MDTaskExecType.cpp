@@ -21,7 +21,7 @@ MDTaskExecType::MDTaskExecType(ThreadContext& ctx, jobject javaObject, jobject /
     : MDObject(ctx, javaObject) {}
 
 jobject MDTaskExecType::retrieve(ThreadContext& ctx, jobject context, long long taskExecID, int& rc, int& sqlCode) {
-  return retrieveObject(ctx, *this, "retrieve", storeSignature<"J", metadataType<"MDTaskExec">>, rc, sqlCode, context,
+  return retrieveRecord(ctx, *this, "retrieve", storeSignature<"J", metadataType<"MDTaskExec">>, rc, sqlCode, context,
                         static_cast<jlong>(taskExecID));
 }
 

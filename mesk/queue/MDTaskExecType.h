@@ -14,7 +14,8 @@ class MESK_API MDTaskExecType : public MDObject {
   /// Wraps `javaObject`; `context` is ignored.
   MDTaskExecType(ThreadContext& ctx, jobject javaObject, jobject context);
 
-  /// The Java record as a local reference for the caller, to be wrapped in an `MDTaskExec`; null when there is none.
+  /// The Java record as a local reference for the caller, to be wrapped in an `MDTaskExec`; null whenever
+  /// `rc` is not 0.
   jobject retrieve(ThreadContext& ctx, jobject context, long long taskExecID, int& rc, int& sqlCode);
 
   /// All records; none counts as success. The caller owns the array and the records, and may hand the records to

@@ -20,9 +20,6 @@ namespace {
 
 constexpr std::uint32_t kTraceNextTime = 0x1AE8018B;
 
-/// Nine fields of 32 bits; what the C library keeps behind them is none of the trace's business.
-constexpr std::size_t kTracedTmBytes = 36;
-
 using OwnedText = std::unique_ptr<char>;
 
 /// Where a number stands in a formatted date, and which setting of the rule it becomes.
@@ -73,7 +70,7 @@ int localTime(const Traced& trace, const char* text, time64& time) {
     local.tm_sec = numberAt(text, 12, 2);
     time = _mktime64(&local);
     if (time == -1) {
-      trace.error(10, &local, kTracedTmBytes);
+      trace.errorTime(10, local);
       return kNotConvertible;
     }
   } while (local.tm_hour != numberAt(text, 8, 2));

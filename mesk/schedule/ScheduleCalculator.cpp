@@ -49,12 +49,8 @@ enum Probe : std::uint32_t {
   kDaySearchProbe = 20,
 };
 
-/// The nine numbers of a `struct tm`; what the C library keeps behind them is its own.
-constexpr std::size_t kTracedTimeBytes = 9 * sizeof(int);
-static_assert(offsetof(std::tm, tm_isdst) + sizeof(int) == kTracedTimeBytes);
-
 int notConvertible(const Traced& trace, std::uint32_t probe, const std::tm& local) {
-  trace.error(probe, &local, kTracedTimeBytes);
+  trace.errorTime(probe, local);
   return trace.exit(kNotConvertible);
 }
 

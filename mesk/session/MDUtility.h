@@ -47,7 +47,7 @@ class MESK_API MDUtility : public MDObject {
   static void getLatch();
   static void freeLatch();
 
-  static OSSLatch* mdLock;  ///< null until `initLatch`
+  MESK_LOCAL static OSSLatch* mdLock;  ///< null until `initLatch`
 };
 
 }  // namespace mesk

@@ -187,9 +187,7 @@ int MDTask::getFollowOnTaskEnable(ThreadContext& ctx) const { return getInt(ctx,
 void MDTask::setFollowOnTaskEnable(ThreadContext& ctx, int value) { setInt(ctx, "setFollowOnTaskEnable", value); }
 
 jbyteArray MDTask::getPassword(ThreadContext& ctx, jobject context) const {
-  int unused = 0;
-  StoreCall call(ctx, unused);
-  return call.invoke<LocalRef<jbyteArray>>(*this, "getPassword", storeSignature<"", "[B">, context).release();
+  return callUnreported<LocalRef<jbyteArray>>(ctx, *this, "getPassword", storeSignature<"", "[B">, context).release();
 }
 
 void MDTask::setPasswordByteArr(ThreadContext& ctx, jbyteArray bytes) {

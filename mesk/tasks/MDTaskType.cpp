@@ -18,11 +18,10 @@ MDTaskType::MDTaskType(ThreadContext& ctx, jobject context, int& rc, int& sqlCod
 MDTaskType::MDTaskType(ThreadContext& ctx, jobject, jobject obj) : MDObject(ctx, obj) {}
 
 jobject MDTaskType::retrieve(ThreadContext& ctx, jobject context, long long taskID, int suffix, int& rc, int& sqlCode) {
-  LocalRef<> task(ctx.env, retrieveObject(ctx, *this, "retrieve", storeSignature<"JI", metadataType<"MDTask">>, rc,
-                                          sqlCode, context, static_cast<jlong>(taskID), static_cast<jint>(suffix)));
-  if (rc == 0) return task.release();
-  logFailure(kLogRetrieve, rc, sqlCode, taskID);
-  return nullptr;
+  const jobject task = retrieveRecord(ctx, *this, "retrieve", storeSignature<"JI", metadataType<"MDTask">>, rc, sqlCode,
+                                      context, static_cast<jlong>(taskID), static_cast<jint>(suffix));
+  if (rc != 0) logFailure(kLogRetrieve, rc, sqlCode, taskID);
+  return task;
 }
 
 jobject MDTaskType::retrieveTask(ThreadContext& ctx, jobject context, long long taskID, int suffix, int& rc,

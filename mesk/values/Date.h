@@ -28,8 +28,8 @@ class MESK_API Date : public MDObject {
   MESK_LOCAL void makeFrom(ThreadContext& ctx, const char* className, long long millis);
 
  private:
-  void constructor(ThreadContext& ctx, unsigned char kind);
-  void constructor(ThreadContext& ctx, long long millis, unsigned char kind);
+  MESK_LOCAL void constructor(ThreadContext& ctx, unsigned char kind);
+  MESK_LOCAL void constructor(ThreadContext& ctx, long long millis, unsigned char kind);
 };
 
 }  // namespace mesk
