@@ -39,16 +39,16 @@ TEST_F(MDTaskHistoryTypeTest, OperationsReportTheStoresCode) {
   for (const auto& op : operations) checkOperation(op);
 }
 
-TEST_F(MDTaskHistoryTypeTest, RetrieveHandsOutWhatJavaGave) {
+TEST_F(MDTaskHistoryTypeTest, RetrieveHandsOutTheRecordUnlessTheStoreReportsAFailure) {
   const jobject history = newFake("MDTaskHistory");
   SCTimestamp moment(ctx, 0LL);
   for (const int code : {0, 4711}) {
     script.on("MDTaskHistoryType.retrieve").code(code, -803).returns(history);
     int rc = 77, sqlCode = 77;
     const LocalRef<> byKey(ctx.env, live.retrieve(ctx, context, 7, rc, sqlCode));
-    EXPECT_TRUE(ctx.env->IsSameObject(byKey.get(), history));
+    EXPECT_TRUE(ctx.env->IsSameObject(byKey.get(), code == 0 ? history : nullptr));
     const LocalRef<> byTask(ctx.env, live.retrieve(ctx, context, 7, 2, moment, rc, sqlCode));
-    EXPECT_TRUE(ctx.env->IsSameObject(byTask.get(), history));
+    EXPECT_TRUE(ctx.env->IsSameObject(byTask.get(), code == 0 ? history : nullptr));
     script.reset();
   }
 }

@@ -304,8 +304,11 @@ TEST_F(MDTaskExecTest, ThePasswordIsAByteArrayThatIsHandedOnAsItIs) {
 TEST_F(MDTaskExecTest, ThePasswordAsAByteArrayIsWhatJavaGaveWhateverTheCode) {
   const auto password = bytes("pw");
   script.on("MDTaskExec.getPassword").code(30020).returns(password.get());
+  jni.noteLookups();
   const LocalRef<jbyteArray> given(ctx.env, exec.getPassword(ctx, context));
   EXPECT_TRUE(ctx.env->IsSameObject(given.get(), password.get()));
+  EXPECT_EQ(std::ranges::find(jni.lookups(), "com/orvik/kelvo/common/parl/api/PARLException.getRC()I"),
+            jni.lookups().end());
 }
 
 // Rights.

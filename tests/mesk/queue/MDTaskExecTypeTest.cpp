@@ -55,6 +55,13 @@ TEST_F(MDTaskExecTypeTest, RetrieveOfAnUnknownKeyIsNullWithTheStoresCodes) {
   EXPECT_EQ(sqlCode, 100);
 }
 
+TEST_F(MDTaskExecTypeTest, RetrieveHandsOutNoRecordBesideAFailure) {
+  script.on("MDTaskExecType.retrieve").code(4711, -803).returns(newFake("MDTaskExec"));
+  EXPECT_EQ(home.retrieve(ctx, context, 7, rc, sqlCode), nullptr);
+  EXPECT_EQ(rc, 4711);
+  EXPECT_EQ(sqlCode, -803);
+}
+
 TEST_F(MDTaskExecTypeTest, RetrieveOfADeadHomeIsUnreached) {
   EXPECT_EQ(dead.retrieve(ctx, context, 7, rc, sqlCode), nullptr);
   EXPECT_EQ(rc, -300);

@@ -212,7 +212,9 @@ TEST_F(MDTaskTest, ThePasswordGoesInAndOutAsTheSameByteArray) {
 
   script.on("MDTask.getPassword").code(4711).returns(bytes.get());
   const LocalRef<jbyteArray> beside(ctx.env, live.getPassword(ctx, context));
-  EXPECT_TRUE(ctx.env->IsSameObject(beside.get(), bytes.get())) << "the code is not looked at";
+  EXPECT_TRUE(ctx.env->IsSameObject(beside.get(), bytes.get()));
+  EXPECT_EQ(std::count(lookups.begin(), lookups.end(), "com/orvik/kelvo/common/parl/api/PARLException.getRC()I"), 0)
+      << "nobody asks for the code";
 }
 
 TEST_F(MDTaskTest, WithoutTheMethodThereIsNoPassword) {
