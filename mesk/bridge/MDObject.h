@@ -45,7 +45,7 @@ class MESK_API MDObject {
   jobject clone(ThreadContext& ctx);
 
   /// A new native string, null for a null or empty one or out of memory. Consumes the local reference `s`,
-  /// except out of memory.
+  /// unless there is no memory for the first copy (probe 20 in the log).
   static char* jStringToString(ThreadContext& ctx, jstring s);
 
   /// A new Java string, a local reference for the caller; null for a null or empty one or out of memory.

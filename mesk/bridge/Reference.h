@@ -9,7 +9,8 @@ namespace mesk {
 
 /// Owns one local reference of the thread that `env` belongs to and deletes it. Every reference that JNI
 /// returns is put into one on the same line; a parameter borrows. `release` stands only in the return
-/// statement of a function whose header says that the caller gets a local reference.
+/// statement of a function whose header says that the caller gets a local reference, and where `jStringToString`
+/// consumes one.
 template <class T = jobject>
 class LocalRef {
  public:
