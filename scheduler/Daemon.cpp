@@ -8,11 +8,13 @@
 #include <sys/file.h>
 #include <sys/inotify.h>
 #include <sys/signalfd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <set>
 #include <system_error>
@@ -26,8 +28,14 @@
 namespace mesk::host {
 namespace {
 
-constexpr std::int64_t kLoadAgainMillis = 5'000;
+constexpr std::int64_t kAgainMillis = 5'000;
 constexpr std::int64_t kPruneEveryMillis = 24LL * 3600 * 1000;
+
+/// A clock that nobody sets: how long something takes is measured by it.
+std::int64_t steadyMillis() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
 
 sigset_t stopSignals() {
   sigset_t set;
@@ -99,7 +107,8 @@ Daemon::Daemon(const StoreAddress& address, DaemonOptions options)
       notice_(Notice::watch(address.path())),
       session_(address),
       client_(options_.runner, address.runsDirectory()),
-      launcher_(client_) {
+      launcher_(client_),
+      clockOffset_(clockMillis() - steadyMillis()) {
   MDUtility::initLatch();
   scheduler_ = std::make_unique<Scheduler>(session_, launcher_, Scheduler::Options{options_.limit}, report);
 }
@@ -121,74 +130,108 @@ Daemon::End Daemon::run() {
 
 /// One round: do what is due, then wait. False when the daemon is to end.
 bool Daemon::step() {
-  std::optional<std::int64_t> until;
-  try {
-    const StoreWork work;
-    if (!loaded_ && clockMillis() >= loadAt_) {
-      scheduler_->load();
-      removeLeftovers();
-      loaded_ = true;
-      spdlog::info("{} execution(s) in the queue of {}", MDTaskExecList::getInstance()->size(0),
-                   session_.address().path());
-      if (options_.readyFd >= 0) {
-        [[maybe_unused]] const ssize_t written = ::write(options_.readyFd, "ready\n", 6);
-        ::close(options_.readyFd);
-        options_.readyFd = -1;
-      }
-    }
-    if (loaded_ && !stopping_) {
-      pruneHistory();
-      scheduler_->startDue();
-      until = scheduler_->nextDue();
-    }
-  } catch (const HostError& error) {
-    recoverLater(error);
-  }
+  std::optional<std::int64_t> due;
+  guarded([&] {
+    if (!loaded_ && steadyMillis() >= loadAt_) load();
+    if (!loaded_ || stopping_) return;
+    scheduler_->startDue();
+    pruneHistory();
+    due = scheduler_->nextDue();
+  });
   if (mayEnd()) return false;
-  if (!loaded_) until = loadAt_;
-  if (stopping_) until = stopBy_;
-  if (loaded_ && pruneAt_ != 0 && !stopping_) until = until ? std::min(*until, pruneAt_) : pruneAt_;
-  wait(until);
+
+  // Deadlines by the steady clock come to the same wait.
+  const auto until = [&](std::int64_t steady) {
+    const std::int64_t moment = clockMillis() + std::max<std::int64_t>(steady - steadyMillis(), 0);
+    due = due ? std::min(*due, moment) : moment;
+  };
+  if (!loaded_) {
+    due.reset();
+    until(loadAt_);
+  }
+  if (stopping_) {
+    if (loaded_) due.reset();
+    until(stopBy_);
+  } else if (loaded_ && pruneAt_ != 0) {
+    until(pruneAt_);
+  }
+  wait(due);
   return true;
 }
 
-/// The store failed at work: what the queue says may not be what the store says. All of it is read again, after a
-/// while; runs go on meanwhile, and what ended is found by its directory.
-void Daemon::recoverLater(const std::exception& error) {
-  spdlog::error("{}; trying again in {} s", error.what(), kLoadAgainMillis / 1000);
-  loaded_ = false;
-  loadAt_ = clockMillis() + kLoadAgainMillis;
+void Daemon::load() {
+  // Words from before are heeded by reading all of it.
+  notice_.drain();
+  if (failedAt_ != 0 && steadyMillis() - failedAt_ > kMissedGraceMillis) scheduler_->resumed();
+  scheduler_->load();
+  removeLeftovers();
+  loaded_ = true;
+  failedAt_ = 0;
+  spdlog::info("{} execution(s) in the queue of {}", MDTaskExecList::getInstance()->size(0), session_.address().path());
+  if (options_.readyFd >= 0) {
+    [[maybe_unused]] const ssize_t written = ::write(options_.readyFd, "ready\n", 6);
+    ::close(options_.readyFd);
+    options_.readyFd = -1;
+  }
+}
+
+/// Does work on the store. When that fails, what the queue says may not be what the store says: all of it is read
+/// again, after a while. Runs go on meanwhile, and what ended is found by its directory. Whatever is thrown: a
+/// scheduler that gives up over one failure schedules nothing.
+template <class Work>
+void Daemon::guarded(Work work) {
+  try {
+    const StoreWork bracket;
+    work();
+  } catch (const std::exception& error) {
+    spdlog::error("{}; trying again in {} s", error.what(), kAgainMillis / 1000);
+    loaded_ = false;
+    loadAt_ = steadyMillis() + kAgainMillis;
+    if (failedAt_ == 0) failedAt_ = steadyMillis();
+  }
 }
 
 bool Daemon::mayEnd() {
-  if (stopping_) return scheduler_->running() == 0 || clockMillis() >= stopBy_;
+  if (stopping_) {
+    const std::size_t running = loaded_ ? scheduler_->running() : launcher_.descriptors().size();
+    return running == 0 || steadyMillis() >= stopBy_;
+  }
   return options_.exitWhenIdle && loaded_ && scheduler_->idle();
 }
 
 void Daemon::wait(std::optional<std::int64_t> until) {
-  // False: the clock was set since `until` was reckoned.
-  if (!(until ? timer_.setAt(*until) : timer_.clear())) return;
+  // The ends of runs are not looked at while there is no store to record them in: unread, they would end the wait
+  // at once, again and again.
+  const auto runners = loaded_ ? launcher_.descriptors() : std::vector<std::pair<int, AttemptID>>();
+  // The system would not let this runner be watched.
+  const bool blind = std::any_of(runners.begin(), runners.end(), [](const auto& runner) { return runner.first < 0; });
+  if (blind) until = std::min(until.value_or(clockMillis() + kAgainMillis), clockMillis() + kAgainMillis);
+
+  if (!(until ? timer_.setAt(*until) : timer_.clear())) return onClock();
   std::vector<pollfd> watched{
       {timer_.fd(), POLLIN, 0}, {signals_.get(), POLLIN, 0}, {notice_.fd(), POLLIN, 0}, {zoneWatch_.get(), POLLIN, 0}};
   const std::size_t fixed = watched.size();
-  const auto runners = launcher_.descriptors();
   for (const auto& [fd, id] : runners) watched.push_back({fd, POLLIN, 0});
   if (::poll(watched.data(), watched.size(), -1) < 0) return;
 
-  if (watched[0].revents != 0 && timer_.drain() == Timer::Event::kClockChanged) {
-    spdlog::warn("the system's clock was set");
-  }
+  if (watched[0].revents != 0 && timer_.drain() == Timer::Event::kClockChanged) onClock();
   if (watched[1].revents != 0) onSignal();
   if (watched[3].revents != 0) onZone();
-  try {
-    const StoreWork work;
+  guarded([&] {
     if (watched[2].revents != 0 && notice_.drain() && loaded_) scheduler_->refresh();
     for (std::size_t i = 0; loaded_ && i < runners.size(); ++i) {
-      if (watched[fixed + i].revents != 0) onEnded(runners[i].second);
+      if (watched[fixed + i].revents != 0 || runners[i].first < 0) onEnded(runners[i].second);
     }
-  } catch (const HostError& error) {
-    recoverLater(error);
-  }
+  });
+}
+
+/// The clock was set, or the machine woke from a sleep, which looks the same.
+void Daemon::onClock() {
+  const std::int64_t offset = clockMillis() - steadyMillis();
+  const std::int64_t forward = offset - clockOffset_;
+  clockOffset_ = offset;
+  spdlog::warn("the system's clock was set, or the machine slept: {:+} s", forward / 1000);
+  if (forward > kMissedGraceMillis) scheduler_->resumed();
 }
 
 void Daemon::onSignal() {
@@ -200,7 +243,7 @@ void Daemon::onSignal() {
       return;
     }
     stopping_ = true;
-    stopBy_ = clockMillis() + options_.stopTimeoutSeconds * 1000;
+    stopBy_ = steadyMillis() + options_.stopTimeoutSeconds * 1000;
     spdlog::info("stopping; waiting for {} run(s)", scheduler_->running());
   }
 }
@@ -208,7 +251,7 @@ void Daemon::onSignal() {
 void Daemon::onZone() {
   drain(zoneWatch_.get());
   const std::string zone = systemZone();
-  if (zone == zone_ || zone.empty()) return;
+  if (stopping_ || zone == zone_ || zone.empty()) return;
   spdlog::warn("the system's time zone is now {}; starting again with it", zone);
   ended_ = true;
   restart_ = true;
@@ -225,6 +268,9 @@ void Daemon::onEnded(const AttemptID& id) {
 
 /// Directories of attempts that the store knows as ended, or that no claim ever stood behind.
 void Daemon::removeLeftovers() {
+  // Children whose end nobody watched for: they were started before this process put itself in place of an older one.
+  while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
   std::set<std::string> watched;
   for (const auto& [fd, id] : launcher_.descriptors()) watched.insert(id.text());
   for (const std::string& id : client_.ids()) {
@@ -239,12 +285,15 @@ void Daemon::removeLeftovers() {
   }
 }
 
+/// A failure waits for the next time: old history is in nobody's way.
 void Daemon::pruneHistory() {
-  if (options_.keepHistorySeconds == 0) return;
-  const std::int64_t now = clockMillis();
-  if (now < pruneAt_) return;
-  scheduler_->prune(now - options_.keepHistorySeconds * 1000);
-  pruneAt_ = now + kPruneEveryMillis;
+  if (options_.keepHistorySeconds == 0 || steadyMillis() < pruneAt_) return;
+  pruneAt_ = steadyMillis() + kPruneEveryMillis;
+  try {
+    scheduler_->prune(clockMillis() - options_.keepHistorySeconds * 1000);
+  } catch (const std::exception& error) {
+    spdlog::error("old history stays: {}", error.what());
+  }
 }
 
 }  // namespace mesk::host

@@ -45,10 +45,13 @@ class Daemon {
 
  private:
   bool step();
-  void recoverLater(const std::exception& error);
+  void load();
+  template <class Work>
+  void guarded(Work work);
   void wait(std::optional<std::int64_t> until);
   void onSignal();
   void onZone();
+  void onClock();
   void onEnded(const AttemptID& id);
   void removeLeftovers();
   void pruneHistory();
@@ -70,9 +73,12 @@ class Daemon {
   bool stopping_ = false;
   bool ended_ = false;
   bool restart_ = false;
-  std::int64_t loadAt_ = 0;  ///< while not loaded: when to try
-  std::int64_t stopBy_ = 0;  ///< while stopping: when to leave runs to the next meskd
+  // By a clock that nobody sets, in milliseconds.
+  std::int64_t loadAt_ = 0;    ///< while not loaded: when to try
+  std::int64_t failedAt_ = 0;  ///< while not loaded: since when the store cannot be used
+  std::int64_t stopBy_ = 0;    ///< while stopping: when to leave runs to the next meskd
   std::int64_t pruneAt_ = 0;
+  std::int64_t clockOffset_;  ///< of the system's clock from that one, as last looked at
 };
 
 /// The name of the system's time zone, from /etc/localtime; empty when that does not say.

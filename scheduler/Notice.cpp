@@ -36,10 +36,11 @@ void Notice::post(const std::string& storePath) { touch(noticePath(storePath), m
 
 Notice Notice::watch(const std::string& storePath) {
   post(storePath);
-  return Notice(noticePath(storePath));
+  return Notice(storePath);
 }
 
-Notice::Notice(std::string path) : path_(std::move(path)), events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+Notice::Notice(std::string storePath)
+    : storePath_(std::move(storePath)), events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
   if (!events_) throw std::system_error(errno, std::generic_category(), "inotify");
   follow();
 }
@@ -47,14 +48,14 @@ Notice::Notice(std::string path) : path_(std::move(path)), events_(::inotify_ini
 void Notice::follow() {
   // The file and not its folder: the store's own files come and go there with each transaction.
   const auto watched = IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB;
-  if (::inotify_add_watch(events_.get(), path_.c_str(), watched) < 0) {
-    throw std::system_error(errno, std::generic_category(), path_);
+  const std::string path = noticePath(storePath_);
+  if (::inotify_add_watch(events_.get(), path.c_str(), watched) < 0) {
+    throw std::system_error(errno, std::generic_category(), path);
   }
 }
 
 bool Notice::drain() {
   bool word = false;
-  bool lost = false;
   alignas(struct inotify_event) std::array<char, 4096> buffer;
   for (;;) {
     const ssize_t count = ::read(events_.get(), buffer.data(), buffer.size());
@@ -63,14 +64,15 @@ bool Notice::drain() {
     for (const char* at = buffer.data(); at < buffer.data() + count;) {
       const auto* event = reinterpret_cast<const struct inotify_event*>(at);
       word = true;
-      if ((event->mask & (IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB)) != 0) lost = true;
+      if ((event->mask & (IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB)) != 0) lost_ = true;
       at += sizeof *event + event->len;
     }
   }
-  if (lost) {
+  if (lost_) {
     // Somebody removed, moved or replaced the file: later words come through the one that takes its place.
-    touch(path_, 0600);
+    post(storePath_);
     follow();
+    lost_ = false;
   }
   return word;
 }

@@ -20,15 +20,17 @@ class Notice {
 
   int fd() const { return events_.get(); }  ///< readable when there is word
 
-  /// Takes all words there are; true when there was one. Words between two calls count as one.
+  /// Takes all words there are; true when there was one. Words between two calls count as one. When the file was
+  /// removed and cannot be made again, throws std::system_error, and so does each further call until it can be.
   bool drain();
 
  private:
-  explicit Notice(std::string path);
+  explicit Notice(std::string storePath);
   void follow();
 
-  std::string path_;
+  std::string storePath_;
   UniqueFd events_;
+  bool lost_ = false;  ///< the file that was watched is not the one any more
 };
 
 }  // namespace mesk::host

@@ -42,7 +42,7 @@ RunnerState ProcessLauncher::ended(const AttemptID& id) {
     RunnerClient::reap(known->second);
     alive_.erase(known);
   }
-  return client_.directory(id.text()).inspect();
+  return adopt(id);
 }
 
 }  // namespace mesk::host

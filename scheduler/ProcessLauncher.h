@@ -21,10 +21,11 @@ class ProcessLauncher : public RunLauncher {
   std::string output(const AttemptID& id) override;
   void forget(const AttemptID& id) override;
 
-  /// A descriptor for each runner that lives; readable when it has ended.
+  /// A descriptor for each runner that lives; readable when it has ended. -1 when the system would not let it be
+  /// watched: then `ended` is to be asked now and again.
   std::vector<std::pair<int, AttemptID>> descriptors() const;
 
-  /// What became of an attempt whose descriptor was readable; it is not watched any more.
+  /// What became of an attempt whose descriptor was readable; it is not watched any more, unless it lives after all.
   RunnerState ended(const AttemptID& id);
 
  private:

@@ -11,6 +11,7 @@
 #include <charconv>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -21,12 +22,19 @@ namespace mesk::host {
 
 namespace {
 
+// What is not there, or cannot be read for good, is an answer; what cannot be looked at just now is none.
+bool isMissing(int error) { return error == ENOENT || error == ENOTDIR; }
+bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
+
+[[noreturn]] void failWith(const std::string& what) { throw std::system_error(errno, std::generic_category(), what); }
+
 bool isHeld(int lock) {
   if (::flock(lock, LOCK_SH | LOCK_NB) == 0) {
     ::flock(lock, LOCK_UN);
     return false;
   }
-  return errno == EWOULDBLOCK;
+  if (errno != EWOULDBLOCK) failWith("lock of a run");
+  return true;
 }
 
 pid_t signedBy(int lock) {
@@ -55,7 +63,10 @@ RunDirectory::RunDirectory(std::string path) : path_(std::move(path)) {}
 RunnerState RunDirectory::inspect() const {
   const std::string lockPath = path_ + "/lock";
   const UniqueFd lock(::open(lockPath.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!lock) return RunnerVanished{lockPath + ": " + std::generic_category().message(errno)};
+  if (!lock) {
+    if (!isMissing(errno)) failWith(lockPath);
+    return RunnerVanished{lockPath + ": " + std::generic_category().message(errno)};
+  }
 
   // Watched before the first look, so that a signature after it is not missed.
   const UniqueFd changes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -80,14 +91,20 @@ RunnerState RunDirectory::inspect() const {
   // The lock is free for good, so the status stands, if there is one: it was written under the lock.
   try {
     return RunnerFinished{RunStatus::fromJson(readFile(path_ + "/status.json"))};
-  } catch (const std::exception& none) {
+  } catch (const std::system_error& unread) {
+    if (isShortage(unread.code().value())) throw;
+    return RunnerVanished{unread.what() + complaints(path_)};
+  } catch (const std::runtime_error& none) {
     return RunnerVanished{none.what() + complaints(path_)};
   }
 }
 
 std::string RunDirectory::output(std::size_t limit) const {
   const UniqueFd file(::open((path_ + "/output").c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) return {};
+  if (!file) {
+    if (isShortage(errno)) failWith(path_ + "/output");
+    return {};
+  }
   const off_t size = ::lseek(file.get(), 0, SEEK_END);
   if (size <= 0) return {};
   std::string bytes(std::min(limit, static_cast<std::size_t>(size)), '\0');

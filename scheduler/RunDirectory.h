@@ -43,10 +43,12 @@ class RunDirectory {
 
   /// What has become of the attempt, whoever started the runner. The answer can be relied on: alive
   /// means that `ended` will tell the end, finished and vanished never change again. Waits for a
-  /// runner that has just been started to say who it is, at most `kSignPatienceMillis`.
+  /// runner that has just been started to say who it is, at most `kSignPatienceMillis`. Throws
+  /// std::system_error when the system does not let it look.
   RunnerState inspect() const;
 
-  /// The last `limit` bytes of the output so far, as the script wrote them; empty when there is none.
+  /// The last `limit` bytes of the output so far, as the script wrote them; empty when there is none. Throws
+  /// std::system_error for want of descriptors or memory.
   std::string output(std::size_t limit = static_cast<std::size_t>(-1)) const;
 
   /// Removes the directory and all in it. Not while the runner is alive. Throws

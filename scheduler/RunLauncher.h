@@ -27,10 +27,10 @@ class RunLauncher {
   virtual void start(const AttemptID& id, const RunRequest& request) = 0;
 
   /// Looks for an attempt of an earlier scheduler. One that is alive is watched from now on as if it had been
-  /// started here.
+  /// started here. Throws std::system_error when the system does not let it look.
   virtual RunnerState adopt(const AttemptID& id) = 0;
 
-  /// What the attempt has written.
+  /// What the attempt has written. Throws std::system_error for want of descriptors or memory.
   virtual std::string output(const AttemptID& id) = 0;
 
   /// Its record is safe in the store: whatever was kept of it can go. Never throws.

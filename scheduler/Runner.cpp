@@ -93,6 +93,7 @@ struct Launch {
   bool changeUser = false;
   bool homeIsOptional = false;
   UniqueFd script;
+  pid_t runner = ::getpid();
 };
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
@@ -198,6 +199,7 @@ Launch prepare(const std::string& directory, const RunRequest& request) {
   // Without its runner nobody would record how the script ended, and it might be started again beside
   // itself: it goes with the runner. After the change of user, which clears this.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() != launch.runner) ::_exit(127);  // gone before that held
   if (::chdir(launch.directory.c_str()) != 0 && !(launch.homeIsOptional && ::chdir("/") == 0)) {
     failed(ChildFailure::kDirectory);
   }

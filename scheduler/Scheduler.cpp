@@ -19,9 +19,6 @@
 namespace mesk::host {
 namespace {
 
-/// An instant this young is started late rather than recorded as missed by a task that skips missed ones.
-constexpr std::int64_t kMissedGraceMillis = 60'000;
-
 /// Missed instants recorded in one transaction; what is left waits for the next.
 constexpr int kMissedAtOnce = 500;
 
@@ -97,7 +94,7 @@ void Scheduler::transact(Work work) {
 }
 
 Scheduler::Scheduler(Session& session, RunLauncher& launcher, Options options, Report report)
-    : session_(session), launcher_(launcher), options_(options), report_(std::move(report)) {
+    : session_(session), launcher_(launcher), options_(options), report_(std::move(report)), upSince_(clockMillis()) {
   int rc = 0;
   int sqlCode = 0;
   rules_ = std::make_unique<MDScheduleEventType>(session_.ctx(), session_.context(), rc, sqlCode);
@@ -108,19 +105,7 @@ Scheduler::~Scheduler() { queue().deleteAll(1); }
 
 void Scheduler::load() {
   active_.clear();
-  queue().deleteAll(1);
-  int rc = 0;
-  int sqlCode = 0;
-  MDTaskExecType home(session_.ctx(), session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "opening the executions");
-  MDTaskExec** items = nullptr;
-  int count = 0;
-  rc = home.retrieveList(session_.ctx(), session_.context(), items, count, sqlCode);
-  const std::unique_ptr<MDTaskExec*[]> array(items);
-  session_.check(rc, sqlCode, "listing the executions");
-  queue().createFromArr(items, count, 1);
-  queue().sort(1);
-
+  refresh();
   std::vector<long long> unsettled;
   queue().iterateStart(1);
   while (const MDTaskExec* const exec = queue().next(1)) {
@@ -139,7 +124,12 @@ void Scheduler::recover(MDTaskExec& exec) {
   MDTaskHistoryType home(ctx, session_.context(), rc, sqlCode);
   session_.check(rc, sqlCode, "opening the history");
   const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), run, rc, sqlCode));
-  session_.check(rc, sqlCode, fmt::format("reading run {}", run));
+  if (!session_.checkUnless(kStoreNotFound, rc, sqlCode, fmt::format("reading run {}", run))) {
+    // Nothing that a scheduler of this kind leaves behind. It must not keep all other tasks from running.
+    report_(
+        fmt::format("execution {} goes by its status, but has no record; it is left alone", exec.getTaskExecID(ctx)));
+    return;
+  }
   const AttemptID id{run, history->getRetryCount(ctx) + 1};
   active_[id] = {exec.getTaskExecID(ctx), exec.getTaskID(ctx), exec.getSuffix(ctx)};
   const RunnerState state = launcher_.adopt(id);
@@ -152,7 +142,9 @@ void Scheduler::recover(MDTaskExec& exec) {
   }
 }
 
-void Scheduler::refresh() {
+void Scheduler::resumed() { upSince_ = clockMillis(); }
+
+std::vector<std::unique_ptr<MDTaskExec>> Scheduler::storedExecutions() {
   ThreadContext& ctx = session_.ctx();
   int rc = 0;
   int sqlCode = 0;
@@ -163,15 +155,32 @@ void Scheduler::refresh() {
   rc = home.retrieveList(ctx, session_.context(), items, count, sqlCode);
   auto stored = owned(items, count);
   session_.check(rc, sqlCode, "listing the executions");
+  return stored;
+}
 
-  std::set<long long> known;
-  queue().iterateStart(1);
-  while (const MDTaskExec* const exec = queue().next(1)) known.insert(exec->getTaskExecID(ctx));
-  for (auto& exec : stored) {
-    const long long id = exec->getTaskExecID(ctx);
-    if (known.erase(id) == 0) queue().insert(exec.release(), 1);
-  }
-  for (const long long gone : known) delete queue().deleteIt(gone, 1);
+/// The execution as the store has it now; null when it is gone.
+std::unique_ptr<MDTaskExec> Scheduler::stored(long long taskExecID) {
+  ThreadContext& ctx = session_.ctx();
+  int rc = 0;
+  int sqlCode = 0;
+  MDTaskExecType home(ctx, session_.context(), rc, sqlCode);
+  session_.check(rc, sqlCode, "opening the executions");
+  auto exec = wrapped<MDTaskExec>(ctx, home.retrieve(ctx, session_.context(), taskExecID, rc, sqlCode));
+  const bool found = session_.checkUnless(kStoreNotFound, rc, sqlCode, fmt::format("reading execution {}", taskExecID));
+  return found ? std::move(exec) : nullptr;
+}
+
+void Scheduler::refresh() {
+  auto stored = storedExecutions();
+  // The store lists them by their start; the queue's own sorting compares each with each, which takes seconds for
+  // thousands. Those without a start come first, and go to the end, where they keep nothing from being found.
+  std::stable_partition(stored.begin(), stored.end(),
+                        [this](const auto& exec) { return nextStart(*exec).has_value(); });
+  queue().deleteAll(1);
+  std::vector<MDTaskExec*> items;
+  items.reserve(stored.size());
+  for (auto& exec : stored) items.push_back(exec.release());
+  queue().createFromArr(items.data(), static_cast<long>(items.size()), 1);
 }
 
 std::optional<std::int64_t> Scheduler::nextStart(const MDTaskExec& exec) {
@@ -198,6 +207,7 @@ bool Scheduler::isActive(const MDTaskExec& exec) const {
 }
 
 void Scheduler::startDue() {
+  if (active_.size() >= options_.limit) return;
   ThreadContext& ctx = session_.ctx();
   const std::int64_t now = clockMillis();
   std::vector<long long> due;
@@ -205,7 +215,8 @@ void Scheduler::startDue() {
   while (const MDTaskExec* const exec = queue().next(1)) {
     if (exec->isQueued(ctx) == 0) continue;
     const auto start = nextStart(*exec);
-    if (!start || *start > now) break;
+    if (!start) continue;
+    if (*start > now) break;
     due.push_back(exec->getTaskExecID(ctx));
   }
   for (const long long id : due) {
@@ -243,29 +254,29 @@ bool Scheduler::idle() {
 
 void Scheduler::begin(long long taskExecID, std::int64_t now) {
   // Out of the queue while its start may change; whatever happens, it goes back in or is gone from the store.
-  std::unique_ptr<MDTaskExec> exec(queue().deleteIt(taskExecID, 1));
-  if (exec == nullptr) return;
+  if (std::unique_ptr<MDTaskExec>(queue().deleteIt(taskExecID, 1)) == nullptr) return;
+  std::unique_ptr<MDTaskExec> exec;
   std::optional<Start> start;
   bool gone = false;
-  try {
-    transact([&] {
-      start.reset();
-      gone = false;
-      try {
-        start = claim(*exec, now);
-      } catch (const StoreError& error) {
-        if (error.code() != kStoreNotFound && error.code() != kStoreClaimed) throw;
-        // The task was deleted, or another scheduler has this instant and makes the next one.
-        session_.rollback();
-        int sqlCode = 0;
-        exec->deleteIt(session_.ctx(), session_.context(), sqlCode);
-        gone = true;
-      }
-    });
-  } catch (const StoreError& error) {
-    if (error.code() != kStoreChanged) throw;
-    gone = true;  // somebody else has changed or removed the execution itself
-  }
+  transact([&] {
+    start.reset();
+    gone = false;
+    // Anew at each try: what a try that was rolled back has set in the object would otherwise stay there.
+    exec = stored(taskExecID);
+    if (exec == nullptr || exec->isQueued(session_.ctx()) == 0) {
+      gone = true;
+      return;
+    }
+    try {
+      start = claim(*exec, now);
+    } catch (const StoreError& error) {
+      if (error.code() != kStoreNotFound && error.code() != kStoreClaimed) throw;
+      session_.rollback();
+      gone = true;
+      exec = stored(taskExecID);
+      if (exec != nullptr) giveWay(*exec, error.code() == kStoreClaimed);
+    }
+  });
   if (gone) {
     refresh();
     return;
@@ -276,6 +287,36 @@ void Scheduler::begin(long long taskExecID, std::int64_t now) {
   MDTaskExec* const entry = exec.release();
   queue().insert(entry, 1);
   if (started) launch(*start, *entry);
+}
+
+/// An execution that cannot run: its task was deleted, or its instant has its run already, because another scheduler
+/// took it or because the clock was set back and the rule was queued anew. A rule that nothing else stands for goes
+/// on with its next instant; otherwise the execution goes.
+void Scheduler::giveWay(MDTaskExec& exec, bool claimed) {
+  ThreadContext& ctx = session_.ctx();
+  int sqlCode = 0;
+  const long long id = exec.getTaskExecID(ctx);
+  const auto instant = session_.millis(exec.getOriginalScheduleTime(ctx));
+  std::optional<std::int64_t> next;
+  if (claimed && instant) {
+    const long long ruleID = exec.getScheduleEventID(ctx);
+    const bool fromEnd = rescheduleStatus(exec) == 1;
+    const auto others = storedExecutions();
+    const bool represented = std::any_of(others.begin(), others.end(), [&](const auto& other) {
+      return other->getTaskExecID(ctx) != id && other->getScheduleEventID(ctx) == ruleID &&
+             (other->getTaskHistoryID(ctx) == -1 || fromEnd);
+    });
+    if (!represented) next = nextAfter(exec, *instant);
+  }
+  if (!next) {
+    session_.checkUnless(kStoreNotFound, exec.deleteIt(ctx, session_.context(), sqlCode), sqlCode,
+                         fmt::format("removing execution {}", id));
+    return;
+  }
+  auto stamp = session_.timestamp(*next);
+  exec.setOriginalScheduleTime(ctx, &stamp);
+  exec.setNextStartDateTime(ctx, &stamp);
+  session_.check(exec.update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("moving execution {} on", id));
 }
 
 /// Claims the run, with its history record, its task's new state and its successor. No start: the task is not
@@ -348,7 +389,8 @@ Scheduler::Turn Scheduler::passOver(MDTaskExec& exec, MDTask& task, const RunOpt
     std::string why;
     if (busy) {
       why = "the previous run was still going";
-    } else if (options.missed == RunOptions::Missed::kSkip && now - instant > kMissedGraceMillis) {
+    } else if (options.missed == RunOptions::Missed::kSkip && instant < upSince_ &&
+               now - instant > kMissedGraceMillis) {
       why = "no scheduler ran";
     } else if (options.missed == RunOptions::Missed::kOnce && superseded) {
       why = "a later instant had passed as well";
@@ -573,11 +615,26 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
   if (retried) queue().insert(done.release(), 1);
 }
 
-/// The first instant of the execution's rule after `instant`, whatever the time is now.
+/// The execution's rule; null when it has none, or when that was removed.
+std::unique_ptr<MDScheduleEvent> Scheduler::rule(const MDTaskExec& exec) {
+  ThreadContext& ctx = session_.ctx();
+  const long long id = exec.getScheduleEventID(ctx);
+  if (id == -1) return nullptr;
+  int rc = 0;
+  int sqlCode = 0;
+  auto result = wrapped<MDScheduleEvent>(ctx, rules_->retrieve(ctx, session_.context(), id, rc, sqlCode));
+  const bool found = session_.checkUnless(kStoreNotFound, rc, sqlCode, fmt::format("reading rule {}", id));
+  return found ? std::move(result) : nullptr;
+}
+
+/// The first instant of the execution's rule after `instant`, whatever the time is now. Asked of the rule and not of
+/// the execution, which does not tell a rule that has ended from a store that has failed.
 std::optional<std::int64_t> Scheduler::nextAfter(MDTaskExec& exec, std::int64_t instant) {
+  const auto rule = this->rule(exec);
+  if (rule == nullptr || rule->getRecurring(session_.ctx()) == 0) return std::nullopt;
   const ClockAt then(instant);
   auto from = session_.timestamp(instant);
-  return session_.millis(exec.getNextScheduleTime(session_.ctx(), session_.context(), rules_.get(), nullptr, &from));
+  return session_.millis(rule->getNextScheduledTime(session_.ctx(), &from, 0));
 }
 
 void Scheduler::queueNext(MDTaskExec& exec, std::int64_t instant) {
@@ -598,6 +655,7 @@ void Scheduler::queueSuccessor(MDTaskExec& exec, std::int64_t start, bool schedu
     next->setOriginalScheduleTime(ctx, &stamp);
   } else {
     next->setScheduleEventID(ctx, -1);
+    next->setAdditionalParameters(ctx, text(exec.getAdditionalParameters(ctx)).c_str());
   }
   next->setStartTime(ctx, nullptr);
   int sqlCode = 0;
@@ -606,9 +664,11 @@ void Scheduler::queueSuccessor(MDTaskExec& exec, std::int64_t start, bool schedu
   queue().insert(next.release(), 1);
 }
 
+/// 0: no rule; 1: counted from the end of a run; 2: from its instant.
 int Scheduler::rescheduleStatus(MDTaskExec& exec) {
-  ThreadContext& ctx = session_.ctx();
-  return rules_->rescheduleStatus(ctx, session_.context(), exec.getScheduleEventID(ctx));
+  const auto rule = this->rule(exec);
+  if (rule == nullptr) return 0;
+  return rule->isEndToStart(session_.ctx()) == 1 ? 1 : 2;
 }
 
 /// The task's next start and state follow the queue.

@@ -19,6 +19,7 @@
 
 #include <mesk/queue/MDTaskExec.h>
 #include <mesk/queue/MDTaskExecList.h>
+#include <mesk/schedule/MDScheduleEvent.h>
 #include <mesk/schedule/MDScheduleEventType.h>
 #include <mesk/tasks/MDTask.h>
 #include <scheduler/RunLauncher.h>
@@ -46,6 +47,9 @@ enum ExecutionStatus : int { kExecQueued = 1, kExecRunning = 2 };
 /// Return codes of runs that never had one of a script; clear of those of `RunCode`.
 enum : int { kReturnMissed = -520, kReturnInterrupted = -521 };
 
+/// An instant this young is started late rather than recorded as missed by a task that skips missed ones.
+inline constexpr std::int64_t kMissedGraceMillis = 60'000;
+
 /// Not for sharing between threads; one in a process, because the queue is.
 class Scheduler {
  public:
@@ -67,6 +71,10 @@ class Scheduler {
 
   /// Takes over what other processes changed in the store.
   void refresh();
+
+  /// The machine slept, the clock went forward, or the store could not be used: instants before now may have passed
+  /// unseen. Those that come later and then have to wait are not missed, however long it takes.
+  void resumed();
 
   /// Claims and starts what is due, as far as the limit allows.
   void startDue();
@@ -104,9 +112,13 @@ class Scheduler {
   std::optional<std::int64_t> nextStart(const MDTaskExec& exec);
   std::unique_ptr<MDTask> task(const MDTaskExec& exec);
   bool isActive(const MDTaskExec& exec) const;
+  std::vector<std::unique_ptr<MDTaskExec>> storedExecutions();
+  std::unique_ptr<MDTaskExec> stored(long long taskExecID);
+  std::unique_ptr<MDScheduleEvent> rule(const MDTaskExec& exec);
 
   void begin(long long taskExecID, std::int64_t now);
   std::optional<Start> claim(MDTaskExec& exec, std::int64_t now);
+  void giveWay(MDTaskExec& exec, bool claimed);
   enum class Turn { kRun, kWait, kSettled };
   Turn passOver(MDTaskExec& exec, MDTask& task, const RunOptions& options, std::int64_t now);
   void recordMissed(MDTaskExec& exec, MDTask& task, std::int64_t instant, const std::string& why);
@@ -135,6 +147,7 @@ class Scheduler {
   Report report_;
   std::unique_ptr<MDScheduleEventType> rules_;
   std::map<AttemptID, Active> active_;
+  std::int64_t upSince_;               ///< no instant since then passed unseen
   std::vector<long long> successors_;  ///< queued by the transaction that is under way
 };
 

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 
 #include <scheduler/ExitCodes.h>
 
@@ -28,7 +29,10 @@ StoreAddress::StoreAddress(const std::string& fileOrUrl) {
     }
   }
   if (file.empty()) throw HostError(kExitUsage, "the name of the store is empty: expected a file");
-  path_ = std::filesystem::absolute(file).lexically_normal().string();
+  // By whatever links it is named, a store has one path: the lock and the notice beside it depend on it.
+  std::error_code unresolved;
+  const std::filesystem::path path = std::filesystem::weakly_canonical(std::filesystem::absolute(file), unresolved);
+  path_ = (unresolved ? std::filesystem::absolute(file).lexically_normal() : path).string();
   url_ = std::string(kSqlite) + path_ + parameters;
 }
 

@@ -77,12 +77,9 @@ int run(int argc, char** argv) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
   }
   setProcessCodePage(kUtf8CodePage);  // what task files and scripts are written in
+  // Not open as after this program put itself in its own place. Looked at before any other file can take its number.
+  if (options.readyFd >= 0 && ::fcntl(options.readyFd, F_GETFD) < 0) options.readyFd = -1;
   openLog(log);
-  if (options.readyFd >= 0 && ::fcntl(options.readyFd, F_GETFD) < 0) {
-    // As after this program put itself in its own place: its number may soon be that of another file.
-    spdlog::info("descriptor {} is not open: nobody is told that the queue is loaded", options.readyFd);
-    options.readyFd = -1;
-  }
   options.stopTimeoutSeconds = durationFromText(stopTimeout);
   options.keepHistorySeconds = durationFromText(keepHistory);
 
