@@ -1,6 +1,7 @@
 // Commands about what is to come and what was.
 #include <fmt/format.h>
 
+#include <exception>
 #include <map>
 
 #include <mesk/history/MDTaskHistory.h>
@@ -64,18 +65,18 @@ Histories histories(Session& session, std::optional<long long> taskID) {
 Histories historiesOf(OpenStore& store, const std::string& name) {
   Session& session = store.session();
   std::unique_ptr<MDTask> task;
-  std::optional<HostError> unknown;
+  std::exception_ptr unknown;
   try {
     task = store.definitions().find(name);
   } catch (const StoreError&) {
     throw;
-  } catch (const HostError& error) {
-    unknown = error;
+  } catch (const HostError&) {
+    unknown = std::current_exception();
   }
   if (task != nullptr) return histories(session, task->getTaskID(session.ctx()));
   Histories result = histories(session, std::nullopt);
   std::erase_if(result, [&](const auto& run) { return text(run->getTaskName(session.ctx())) != name; });
-  if (result.empty()) throw *unknown;
+  if (result.empty()) std::rethrow_exception(unknown);
   return result;
 }
 
@@ -118,6 +119,7 @@ std::vector<Attempt> attempts(MDTaskHistory& run, Session& session) {
   const auto results = owned(items, count);
   session.checkUnless(kStoreNothing, rc, sqlCode, "listing the attempts of a run");
   std::vector<Attempt> list;
+  list.reserve(results.size());
   for (const auto& result : results) {
     list.push_back({result->getPartitionID(ctx), result->getReturnCode(ctx), result->getRunningStatus(ctx),
                     session.millis(result->getStart(ctx)), session.millis(result->getEnd(ctx)),

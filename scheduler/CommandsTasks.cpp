@@ -83,6 +83,7 @@ class Progress {
 /// What an apply of these would do to a store that does not exist yet.
 std::vector<Applied> allCreated(const std::vector<TaskDefinition>& definitions) {
   std::vector<Applied> report;
+  report.reserve(definitions.size());
   for (const TaskDefinition& definition : definitions) {
     report.push_back({definition.name, Applied::Kind::kCreated, {}});
   }

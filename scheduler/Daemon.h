@@ -16,12 +16,12 @@
 namespace mesk::host {
 
 struct DaemonOptions {
-  std::string runner;                            ///< the mesk-runner program
-  std::size_t limit = 4;                         ///< runs at once
-  std::int64_t stopTimeoutSeconds = 60;          ///< how long a stop waits for runs
-  std::int64_t keepHistorySeconds = 90 * 86400;  ///< 0 keeps it for ever
-  bool exitWhenIdle = false;                     ///< ends when nothing runs and nothing is due
-  int readyFd = -1;                              ///< gets a line when the queue is loaded
+  std::string runner;                                          ///< the mesk-runner program
+  std::size_t limit = 4;                                       ///< runs at once
+  std::int64_t stopTimeoutSeconds = 60;                        ///< how long a stop waits for runs
+  std::int64_t keepHistorySeconds = std::int64_t{90} * 86400;  ///< 0 keeps it for ever
+  bool exitWhenIdle = false;                                   ///< ends when nothing runs and nothing is due
+  int readyFd = -1;                                            ///< gets a line when the queue is loaded
 };
 
 /// Waits for whatever comes next - a due execution, the end of a run, a change by another process, a new time or

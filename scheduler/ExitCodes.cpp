@@ -64,6 +64,7 @@ std::string storeCodeText(int code) {
 
 std::vector<int> storeCodes() {
   std::vector<int> codes;
+  codes.reserve(std::size(kMeanings));
   for (const Meaning& meaning : kMeanings) codes.push_back(meaning.code);
   return codes;
 }

@@ -14,7 +14,7 @@ struct AttemptID {
   int attempt = 1;
 
   std::string text() const { return std::to_string(run) + "-" + std::to_string(attempt); }
-  auto operator<=>(const AttemptID&) const = default;
+  auto operator<=>(const AttemptID&) const = default;  // NOLINT(modernize-use-nullptr): no pointer is compared
 };
 
 /// The scheduler's view of processes; a simulation puts its own in this place.

@@ -98,6 +98,7 @@ struct Launch {
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
@@ -115,6 +116,7 @@ std::vector<std::string> environmentFor(const RunRequest& request, const Account
   for (const auto& [name, value] : request.environment) values[name] = value;
   values["MESK_ATTEMPT"] = std::to_string(request.attempt);
   std::vector<std::string> result;
+  result.reserve(values.size());
   for (const auto& [name, value] : values) result.push_back(name + "=" + value);
   return result;
 }
@@ -126,7 +128,7 @@ std::string findProcessor(const RunRequest& request) {
   std::string path = given == request.environment.end() ? "/usr/local/bin:/usr/bin:/bin" : given->second;
   for (std::size_t begin = 0; begin <= path.size();) {
     const std::size_t end = std::min(path.find(':', begin), path.size());
-    const std::string candidate = path.substr(begin, end - begin) + "/" + request.processor;
+    std::string candidate = path.substr(begin, end - begin) + "/" + request.processor;
     if (candidate.front() == '/' && ::access(candidate.c_str(), X_OK) == 0) return candidate;
     begin = end + 1;
   }

@@ -57,6 +57,7 @@ pid_t spawn(const std::string& runner, const std::string& directory, int lock) {
     if (const char* value = ::getenv(name)) texts.push_back(std::string(name) + "=" + value);
   }
   std::vector<char*> environment;
+  environment.reserve(texts.size() + 1);
   for (std::string& text : texts) environment.push_back(text.data());
   environment.push_back(nullptr);
 

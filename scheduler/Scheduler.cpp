@@ -30,7 +30,7 @@ int seconds(std::int64_t millis) {
 }
 
 /// Output as a text for the store, where a zero byte would end it.
-std::string storable(std::string output) {
+std::string storable(const std::string& output) {
   std::string result;
   for (const char c : output) {
     if (c == '\0') {

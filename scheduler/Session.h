@@ -88,6 +88,7 @@ template <class T>
 std::vector<std::unique_ptr<T>> owned(T** items, int count) {
   const std::unique_ptr<T*[]> array(items);
   std::vector<std::unique_ptr<T>> result;
+  result.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) result.emplace_back(items[i]);
   return result;
 }

@@ -120,7 +120,7 @@ class Reader {
   }
 
   static std::string text(const YAML::Node& node, std::size_t most) {
-    const std::string value = scalar(node);
+    std::string value = scalar(node);
     if (value.find('\0') != std::string::npos) throw FormatError("a text cannot hold the character U+0000");
     if (countCharacters(value) > most) {
       throw FormatError("expected at most " + std::to_string(most) + " characters");

@@ -14,7 +14,7 @@ struct Unit {
 
 constexpr std::array<Unit, 4> kTimes{{{"d", 86400}, {"h", 3600}, {"m", 60}, {"s", 1}}};
 constexpr std::array<Unit, 3> kSizes{{{"GiB", 1 << 30}, {"MiB", 1 << 20}, {"KiB", 1 << 10}}};
-constexpr std::int64_t kLongest = 366 * 86400;
+constexpr std::int64_t kLongest = std::int64_t{366} * 86400;
 constexpr std::int64_t kLargest = 1 << 30;
 
 // Takes a number of at most nine digits off the front; false when there is none.

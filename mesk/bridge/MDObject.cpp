@@ -69,7 +69,7 @@ char* MDObject::jStringToString(ThreadContext& ctx, jstring s) {
     logOutOfMemory(kLogJavaToNative, 20);
     return nullptr;
   }
-  std::strcpy(java, utf);
+  std::memcpy(java, utf, std::strlen(utf) + 1);
   ctx.env->ReleaseStringUTFChars(s, utf);
   ctx.env->DeleteLocalRef(s);
 

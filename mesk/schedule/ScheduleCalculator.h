@@ -29,7 +29,7 @@ struct ScheduleCalculator {
 
   /// `detail` and `recurring` have no default that means anything: the caller always sets both.
   // cppcheck-suppress uninitMemberVar
-  ScheduleCalculator() {}
+  ScheduleCalculator() {}  // NOLINT(clang-analyzer-optin.cplusplus.UninitializedObject): unset on purpose, see above
 
   int setRecurring(const int& value);     ///< 0 or 1; else -310, and 0 is stored
   int setIntervalType(const int& value);  ///< 0..6; else -311, and 0 is stored

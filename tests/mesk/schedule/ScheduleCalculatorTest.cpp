@@ -161,7 +161,7 @@ unsigned countedDay(std::chrono::year_month month, unsigned detail) {
   unsigned seen = 0;
   unsigned day = 0;
   for (unsigned d = 1; d <= unsigned{(month / last).day()}; ++d) {
-    if (weekday(sys_days(month / d)) != wanted) continue;
+    if (weekday(sys_days(month / std::chrono::day(d))) != wanted) continue;
     day = d;
     if (++seen == nth) break;
   }
@@ -176,7 +176,8 @@ TEST(ComputeNextTimeTest, EachNthWeekdayIsTheOneThatCountingFindsInEveryMonthOf2
     firstWeekdays |= 1u << weekday(sys_days(month / 1)).c_encoding();
     for (unsigned detail = 1; detail <= 42; ++detail) {
       const time64 middle = sys_seconds(sys_days(month / 17) + 12h).time_since_epoch().count();
-      const time64 wanted = sys_seconds(sys_days(month / countedDay(month, detail)) + 12h).time_since_epoch().count();
+      const time64 wanted =
+          sys_seconds(sys_days(month / day(countedDay(month, detail))) + 12h).time_since_epoch().count();
       const Outcome outcome = computed(Rule(kMonthsOnNthWeekday, 1, static_cast<int>(detail)), 0, middle, 1);
       ASSERT_EQ(outcome.code, 0);
       ASSERT_EQ(shown(outcome.time), shown(wanted)) << "detail " << detail;
