@@ -602,7 +602,8 @@ std::vector<Upcoming> Definitions::upcoming(MDTask& task, std::size_t count) {
       std::optional<ClockAt> then;
       if (instant > now || definition.options.missed == RunOptions::Missed::kAll) then.emplace(instant);
       const auto next = nextInstant(*rule.record, instant);
-      if (!next) break;
+      // Results travel as fourteen digits: after the year 9999 they begin again.
+      if (!next || *next <= instant) break;
       instant = *next;
     }
   }

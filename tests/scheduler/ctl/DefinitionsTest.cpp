@@ -110,6 +110,14 @@ TEST_F(DefinitionsTest, AnOverdueStartIsSaidToBeOverdueAndTheNextOneIsToCome) {
   EXPECT_EQ(next[1].start, kStart + 6 * kHour);
 }
 
+TEST_F(DefinitionsTest, ForetellingEndsWithTheYear9999) {
+  apply(defined({"every 10 years from 2026-12-31 00:00"}));
+  const auto starts = foretold(1000);
+  EXPECT_EQ(starts.size(), 798U) << "2026, 2036, .., 9996";
+  EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()));
+  EXPECT_EQ(starts.front(), kStart + 360 * kDay);
+}
+
 TEST_F(DefinitionsTest, ATaskThatReplaysMissedInstantsHasEachOfThemForetold) {
   TaskDefinition task = defined({kHourly});
   task.options.missed = RunOptions::Missed::kAll;
