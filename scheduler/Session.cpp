@@ -25,7 +25,11 @@ ThreadContext attached() {
       throw HostError(result == MeskJVM::kNoStoreLibrary ? kExitNoStoreClass : kExitNoJvm, service->lastError());
     }
   }
-  ThreadContext ctx(service->getJVM());
+  // A thread that is attached already, by another session on it, stays so when this session ends before that one.
+  JavaVM* const vm = service->getJVM();
+  void* env = nullptr;
+  if (vm->GetEnv(&env, JNI_VERSION_10) == JNI_OK) return {vm, static_cast<JNIEnv*>(env)};
+  ThreadContext ctx(vm);
   if (ctx.env == nullptr) throw HostError(kExitNoJvm, "this thread cannot be attached to the Java virtual machine");
   return ctx;
 }

@@ -19,8 +19,8 @@
 
 namespace mesk::host {
 
-/// Connected from construction to destruction, with auto-commit off. One thread. What goes wrong is thrown
-/// as HostError or StoreError.
+/// Connected from construction to destruction, with auto-commit off. One thread, on which the session that came first
+/// ends last. What goes wrong is thrown as HostError or StoreError.
 class Session {
  public:
   explicit Session(const StoreAddress& address);
