@@ -36,7 +36,7 @@ TEST(MeskJVMRefusedTest, RefusalNamesTheOptionAndALaterCallTriesAgain) {
   ASSERT_EQ(service->createJVM(), MeskJVM::kOk) << service->lastError();
   EXPECT_STREQ(service->lastError(), "");
   ASSERT_NE(service->getJVM(), nullptr);
-  EXPECT_EQ(java::Attached(service->getJVM()).property("java.specification.vendor"), "Oracle Corporation");
+  EXPECT_EQ(java::Attached(service->getJVM()).property("file.separator"), "/");
 }
 
 }  // namespace
