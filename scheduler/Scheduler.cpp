@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <exception>
 #include <limits>
-#include <set>
 
 #include <mesk/history/MDTaskHistory.h>
 #include <mesk/history/MDTaskHistoryType.h>
@@ -21,6 +21,9 @@ namespace {
 
 /// Missed instants recorded in one transaction; what is left waits for the next.
 constexpr int kMissedAtOnce = 500;
+
+/// So many executions that cannot be started say that the store fails, and not they.
+constexpr int kFailuresAtOnce = 3;
 
 /// The store's word for all tasks where it asks for one.
 constexpr long long kEveryTask = -1;
@@ -219,10 +222,20 @@ void Scheduler::startDue() {
     if (*start > now) break;
     due.push_back(exec->getTaskExecID(ctx));
   }
+  // One record that cannot be read must not keep all that come after it from running; a store that fails is not to be
+  // asked for each of them.
+  std::exception_ptr failure;
+  int failures = 0;
   for (const long long id : due) {
-    if (active_.size() >= options_.limit) break;
-    begin(id, now);
+    if (active_.size() >= options_.limit || failures == kFailuresAtOnce) break;
+    try {
+      begin(id, now);
+    } catch (const std::exception&) {
+      failure = std::current_exception();
+      ++failures;
+    }
   }
+  if (failure) std::rethrow_exception(failure);
 }
 
 std::optional<std::int64_t> Scheduler::nextDue() {

@@ -76,7 +76,8 @@ class Scheduler {
   /// unseen. Those that come later and then have to wait are not missed, however long it takes.
   void resumed();
 
-  /// Claims and starts what is due, as far as the limit allows.
+  /// Claims and starts what is due, as far as the limit allows. Throws when something could not be started; then the
+  /// queue is to be loaded again.
   void startDue();
 
   /// An attempt has ended. Unknown ones are ignored.

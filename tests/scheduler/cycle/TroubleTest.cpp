@@ -138,11 +138,11 @@ TEST_F(TroubleTest, ATaskThatIsChangedWhileMissedInstantsAreRecordedLosesNone) {
 TEST_F(TroubleTest, ARuleThatCannotBeReadIsNotTakenForOneThatHasEnded) {
   addTask({}, kHourly);
   scheduler();
-  sql("ALTER TABLE schedule_event RENAME TO hidden");
+  sql("UPDATE schedule_event SET start_date = 'torn'");
   EXPECT_THROW(runDue(), StoreError);
   EXPECT_TRUE(launcher_.started.empty());
   EXPECT_TRUE(records().empty());
-  sql("ALTER TABLE hidden RENAME TO schedule_event");
+  sql("UPDATE schedule_event SET start_date = '2026-01-05'");
   scheduler().load();
   runDue();
   EXPECT_EQ(launcher_.started.size(), 1U);
@@ -150,16 +150,29 @@ TEST_F(TroubleTest, ARuleThatCannotBeReadIsNotTakenForOneThatHasEnded) {
 }
 
 TEST_F(TroubleTest, MissedInstantsOfARuleThatCannotBeReadAreNotTheLast) {
-  addTask({}, kHourly);
-  goTo(kStart + 3 * kHour);
+  RunOptions options;
+  options.missed = RunOptions::Missed::kSkip;
+  addTask({.options = options}, kHourly);
+  goTo(kStart + 2 * kHour + 10 * kMinute);
   scheduler();
-  sql("ALTER TABLE schedule_event RENAME TO hidden");
+  sql("UPDATE schedule_event SET start_date = 'torn'");
   EXPECT_THROW(runDue(), StoreError);
-  sql("ALTER TABLE hidden RENAME TO schedule_event");
   EXPECT_TRUE(records().empty());
+  sql("UPDATE schedule_event SET start_date = '2026-01-05'");
   scheduler().load();
   runDue();
-  EXPECT_EQ(statuses(), (std::vector<int>{kRunMissed, kRunMissed, kRunMissed, kRunRunning}));
+  EXPECT_EQ(statuses(), (std::vector<int>{kRunMissed, kRunMissed, kRunMissed}));
+  EXPECT_EQ(queued(), std::vector<std::int64_t>{kStart + 3 * kHour});
+}
+
+TEST_F(TroubleTest, ATaskThatCannotBeStartedKeepsNoOtherFromRunning) {
+  addTask({.name = "torn"}, kHourly);
+  sql("UPDATE schedule_event SET start_date = 'torn'");
+  addTask({.name = "whole"}, kHourly);
+  scheduler();
+  EXPECT_THROW(runDue(), StoreError) << "what is in the queue is to be read again";
+  ASSERT_EQ(launcher_.started.size(), 1U);
+  EXPECT_EQ(launcher_.started[0].second.environment.at("MESK_TASK"), "whole");
 }
 
 TEST_F(TroubleTest, ARuleThatIsQueuedAnewForAnInstantThatRanGoesOnWithTheNext) {
@@ -292,7 +305,7 @@ TEST_F(TroubleTest, LoadingTwiceAsManyExecutionsIsTwiceTheWork) {
   };
   const auto work = [&] {
     const Overlay overlay(ctx().env);
-    scheduler().refresh();
+    scheduler().load();
     return overlay.objects();
   };
   scheduler();
