@@ -439,6 +439,20 @@ TEST_F(RunnerTest, ARunThatNeverWasHasVanished) {
   EXPECT_NE(std::get_if<RunnerVanished>(&state), nullptr);
 }
 
+TEST_F(RunnerTest, ARunThatCannotBeLookedAtForWantOfDescriptorsHasNotVanished) {
+  const RunDirectory directory = client_.directory("1");
+  run("true");
+  struct rlimit old {};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
+  struct rlimit none = old;
+  none.rlim_cur = 0;
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_THROW(directory.inspect(), std::system_error);
+  EXPECT_THROW(directory.output(), std::system_error);
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
+  EXPECT_TRUE(std::holds_alternative<RunnerFinished>(directory.inspect()));
+}
+
 TEST_F(RunnerTest, ARunnerThatHasNotSignedYetIsWaitedFor) {
   const std::string path = scratch_.at("run");
   std::filesystem::create_directory(path);
