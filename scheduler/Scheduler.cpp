@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <exception>
 #include <limits>
 
@@ -108,7 +109,7 @@ Scheduler::~Scheduler() { queue().deleteAll(1); }
 
 void Scheduler::load() {
   active_.clear();
-  refresh();
+  fillSorted();
   std::vector<long long> unsettled;
   queue().iterateStart(1);
   while (const MDTaskExec* const exec = queue().next(1)) {
@@ -173,16 +174,38 @@ std::unique_ptr<MDTaskExec> Scheduler::stored(long long taskExecID) {
   return found ? std::move(exec) : nullptr;
 }
 
+/// The store lists executions by their start, so that they can go into the queue as they come. Those without a start,
+/// which no scheduler leaves, go to the end, where they keep nothing from being found.
 void Scheduler::refresh() {
   auto stored = storedExecutions();
-  // The store lists them by their start; the queue's own sorting compares each with each, which takes seconds for
-  // thousands. Those without a start come first, and go to the end, where they keep nothing from being found.
   std::stable_partition(stored.begin(), stored.end(),
                         [this](const auto& exec) { return nextStart(*exec).has_value(); });
   queue().deleteAll(1);
+  fillQueue(stored);
+}
+
+/// As `refresh`, in the order that the queue itself makes. It compares each with each, for which there is time at a
+/// start; and it turns round those that start together, so they go in turned round. It cannot sort what has no start.
+void Scheduler::fillSorted() {
+  auto stored = storedExecutions();
+  const auto untimed = std::stable_partition(stored.begin(), stored.end(),
+                                             [this](const auto& exec) { return nextStart(*exec).has_value(); });
+  std::vector<std::unique_ptr<MDTaskExec>> others;
+  std::move(untimed, stored.end(), std::back_inserter(others));
+  stored.erase(untimed, stored.end());
+  std::reverse(stored.begin(), stored.end());
+  std::stable_sort(stored.begin(), stored.end(),
+                   [this](const auto& a, const auto& b) { return *nextStart(*a) < *nextStart(*b); });
+  queue().deleteAll(1);
+  fillQueue(stored);
+  queue().sort(1);
+  for (auto& exec : others) queue().insert(exec.release(), 1);
+}
+
+void Scheduler::fillQueue(std::vector<std::unique_ptr<MDTaskExec>>& executions) {
   std::vector<MDTaskExec*> items;
-  items.reserve(stored.size());
-  for (auto& exec : stored) items.push_back(exec.release());
+  items.reserve(executions.size());
+  for (auto& exec : executions) items.push_back(exec.release());
   queue().createFromArr(items.data(), static_cast<long>(items.size()), 1);
 }
 

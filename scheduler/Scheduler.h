@@ -114,6 +114,8 @@ class Scheduler {
   std::unique_ptr<MDTask> task(const MDTaskExec& exec);
   bool isActive(const MDTaskExec& exec) const;
   std::vector<std::unique_ptr<MDTaskExec>> storedExecutions();
+  void fillSorted();
+  void fillQueue(std::vector<std::unique_ptr<MDTaskExec>>& executions);
   std::unique_ptr<MDTaskExec> stored(long long taskExecID);
   std::unique_ptr<MDScheduleEvent> rule(const MDTaskExec& exec);
 

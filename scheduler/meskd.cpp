@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include <platform/CodePage.h>
+#include <platform/Log.h>
 #include <scheduler/Daemon.h>
 #include <scheduler/Programs.h>
 #include <scheduler/Units.h>
@@ -24,7 +25,14 @@ using mesk::setProcessCodePage;
 constexpr std::size_t kLogBytes = 10 << 20;
 constexpr std::size_t kLogFiles = 5;
 
+/// meskd's own lines, and the records that the library writes about what failed in it: beside them in a file of
+/// their own, or with them on standard error.
 void openLog(const std::string& file) {
+  if (file.empty()) {
+    mesk::logToStandardError(true);
+  } else if (!mesk::startLog((file + ".library").c_str(), kLogBytes, kLogFiles)) {
+    throw HostError(kExitUsage, fmt::format("{}.library: cannot be opened as a log", file));
+  }
   auto logger =
       file.empty() ? spdlog::stderr_color_mt("meskd") : spdlog::rotating_logger_mt("meskd", file, kLogBytes, kLogFiles);
   logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %v");
@@ -63,7 +71,8 @@ int run(int argc, char** argv) {
   app.add_option("--keep-history", keepHistory, "How long the records of runs are kept; 0s for ever")
       ->check(duration())
       ->capture_default_str();
-  app.add_option("--log", log, "Log file, rotated; default: standard error")->type_name("FILE");
+  app.add_option("--log", log, "Log file, rotated, and FILE.library for the library's records; default: standard error")
+      ->type_name("FILE");
   app.add_flag("--exit-when-idle", options.exitWhenIdle, "End when nothing runs and nothing is due");
   app.add_option("--ready-fd", options.readyFd, "Descriptor that gets a line when the queue is loaded")
       ->type_name("FD");

@@ -297,7 +297,7 @@ TEST_F(TroubleTest, RunsThatAreDueTogetherStartInTheOrderInWhichTheyWereAskedFor
   EXPECT_EQ(names, (std::vector<std::string>{"a", "b", "c"}));
 }
 
-TEST_F(TroubleTest, LoadingTwiceAsManyExecutionsIsTwiceTheWork) {
+TEST_F(TroubleTest, TakingOverTwiceAsManyExecutionsIsTwiceTheWork) {
   const auto add = [&](int count) {
     session_->transact([&] {
       for (int i = 0; i < count; ++i) addExecution(4711, -1, kStart + kDay + i, false);
@@ -305,7 +305,7 @@ TEST_F(TroubleTest, LoadingTwiceAsManyExecutionsIsTwiceTheWork) {
   };
   const auto work = [&] {
     const Overlay overlay(ctx().env);
-    scheduler().load();
+    scheduler().refresh();
     return overlay.objects();
   };
   scheduler();

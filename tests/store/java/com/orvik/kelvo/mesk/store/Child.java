@@ -17,13 +17,18 @@ final class Child implements AutoCloseable {
         this(List.of(), List.of(), main, arguments);
     }
 
-    /** With a command before the virtual machine's own, and options of the virtual machine. */
     Child(List<String> before, List<String> options, Class<?> main, String... arguments) throws IOException {
+        this(before, options, System.getProperty("java.class.path"), main, arguments);
+    }
+
+    /** With a command before the virtual machine's own, options of the virtual machine, and a class path. */
+    Child(List<String> before, List<String> options, String classPath, Class<?> main, String... arguments)
+        throws IOException {
         List<String> command = new ArrayList<>(before);
         command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
         command.add("-XX:TieredStopAtLevel=1");
         command.addAll(options);
-        command.addAll(List.of("-cp", System.getProperty("java.class.path"), main.getName()));
+        command.addAll(List.of("-cp", classPath, main.getName()));
         command.addAll(List.of(arguments));
         process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
         lines = new BufferedReader(new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8));

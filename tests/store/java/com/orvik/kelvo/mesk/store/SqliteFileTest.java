@@ -15,6 +15,7 @@ import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
 import com.orvik.kelvo.mesk.metadata.MDTaskType;
 import com.orvik.kelvo.mesk.metadata.MDUtility;
 import com.orvik.kelvo.tools.conn.ConnectionPoolManager;
+import java.io.File;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
@@ -271,11 +272,30 @@ final class SqliteFileTest {
         boolean root = "root".equals(System.getProperty("user.name"));
         List<String> before = root
             ? List.of("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups") : List.of();
-        try (Child child = new Child(before, List.of(), Connector.class, store.toString())) {
+        try (Child child = new Child(before, List.of(), readableClassPath(), Connector.class, store.toString())) {
             String line = child.finish().get(0);
             assertTrue(line.startsWith("code "), line);
             return Integer.parseInt(line.substring(5));
         }
+    }
+
+    /** Copies of the jars where everybody can read them: the build tree may be in a folder that only its owner enters. */
+    private String readableClassPath() throws Exception {
+        Path jars = folder.resolve("jars");
+        List<String> copies = new ArrayList<>();
+        if (!Files.exists(jars)) {
+            Files.createDirectory(jars, PosixFilePermissions.asFileAttribute(
+                PosixFilePermissions.fromString("rwxr-xr-x")));
+        }
+        for (String entry : System.getProperty("java.class.path").split(File.pathSeparator)) {
+            Path copy = jars.resolve(Path.of(entry).getFileName());
+            if (!Files.exists(copy)) {
+                Files.copy(Path.of(entry), copy);
+                Files.setPosixFilePermissions(copy, PosixFilePermissions.fromString("rw-r--r--"));
+            }
+            copies.add(copy.toString());
+        }
+        return String.join(File.pathSeparator, copies);
     }
 
     @Test
