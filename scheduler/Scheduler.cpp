@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 #include <exception>
+#include <iterator>
 #include <limits>
 
 #include <mesk/history/MDTaskHistory.h>
