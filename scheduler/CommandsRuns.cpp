@@ -47,18 +47,9 @@ std::string kindText(const Execution& execution) {
 }
 
 Histories histories(Session& session, std::optional<long long> taskID) {
-  ThreadContext& ctx = session.ctx();
-  int rc = 0;
-  int sqlCode = 0;
-  MDTaskHistoryType home(ctx, session.context(), rc, sqlCode);
-  session.check(rc, sqlCode, "opening the history");
-  MDTaskHistory** items = nullptr;
-  int count = 0;
-  rc = taskID ? home.retrieveList(ctx, session.context(), *taskID, items, count, sqlCode)
-              : home.retrieveList(ctx, session.context(), items, count, sqlCode);
-  auto result = owned(items, count);
-  session.checkUnless(kStoreNothing, rc, sqlCode, "listing the history");
-  return result;
+  constexpr const char* kWhat = "the history";
+  return taskID ? session.list<MDTaskHistory, MDTaskHistoryType>(kWhat, *taskID)
+                : session.list<MDTaskHistory, MDTaskHistoryType>(kWhat);
 }
 
 /// Runs of a task, also of one that was deleted since: then those recorded under its name.

@@ -105,15 +105,7 @@ Definitions::Definitions(Session& session)
       moment_(ctx_, "yyyyMMddHHmmss") {}
 
 std::vector<std::unique_ptr<MDTask>> Definitions::tasks() {
-  int rc = 0;
-  int sqlCode = 0;
-  MDTaskType home(ctx_, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "opening the tasks");
-  MDTask** items = nullptr;
-  int count = 0;
-  rc = home.retrieveList(ctx_, session_.context(), items, count, sqlCode);
-  auto tasks = owned(items, count);
-  session_.checkUnless(kStoreNothing, rc, sqlCode, "listing the tasks");
+  auto tasks = session_.list<MDTask, MDTaskType>("the tasks");
 
   std::vector<std::pair<std::string, Owned>> named;
   named.reserve(tasks.size());
@@ -206,15 +198,7 @@ ScheduleRule Definitions::ruleOf(MDScheduleEvent& event) {
 }
 
 std::vector<Execution> Definitions::executions() {
-  int rc = 0;
-  int sqlCode = 0;
-  MDTaskExecType home(ctx_, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "opening the queue");
-  MDTaskExec** items = nullptr;
-  int count = 0;
-  rc = home.retrieveList(ctx_, session_.context(), items, count, sqlCode);
-  auto records = owned(items, count);
-  session_.check(rc, sqlCode, "listing the queue");
+  auto records = session_.list<MDTaskExec, MDTaskExecType>("the queue");
   std::vector<Execution> result;
   result.reserve(records.size());
   for (auto& record : records) {

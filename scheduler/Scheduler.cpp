@@ -149,17 +149,7 @@ void Scheduler::recover(MDTaskExec& exec) {
 void Scheduler::resumed() { upSince_ = clockMillis(); }
 
 std::vector<std::unique_ptr<MDTaskExec>> Scheduler::storedExecutions() {
-  ThreadContext& ctx = session_.ctx();
-  int rc = 0;
-  int sqlCode = 0;
-  MDTaskExecType home(ctx, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "opening the executions");
-  MDTaskExec** items = nullptr;
-  int count = 0;
-  rc = home.retrieveList(ctx, session_.context(), items, count, sqlCode);
-  auto stored = owned(items, count);
-  session_.check(rc, sqlCode, "listing the executions");
-  return stored;
+  return session_.list<MDTaskExec, MDTaskExecType>("the executions");
 }
 
 /// The execution as the store has it now; null when it is gone.

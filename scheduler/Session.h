@@ -19,6 +19,16 @@
 
 namespace mesk::host {
 
+/// The objects of a list, owned, from the array that an operation handed out.
+template <class T>
+std::vector<std::unique_ptr<T>> owned(T** items, int count) {
+  const std::unique_ptr<T*[]> array(items);
+  std::vector<std::unique_ptr<T>> result;
+  result.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) result.emplace_back(items[i]);
+  return result;
+}
+
 /// Connected from construction to destruction, with auto-commit off. One thread, on which the session that came first
 /// ends last. What goes wrong is thrown as HostError or StoreError.
 class Session {
@@ -41,6 +51,22 @@ class Session {
 
   /// As `check`, but the code `allowed` is fine too; answers whether the code was 0.
   bool checkUnless(int allowed, int code, int sqlCode, const std::string& what);
+
+  /// The records that the home lists, owned; none when there is nothing to list. `what` names them, `keys` are those
+  /// that the list is of.
+  template <class Record, class Home, class... Keys>
+  std::vector<std::unique_ptr<Record>> list(const std::string& what, Keys... keys) {
+    int rc = 0;
+    int sqlCode = 0;
+    Home home(ctx_, context_, rc, sqlCode);
+    check(rc, sqlCode, "opening " + what);
+    Record** items = nullptr;
+    int count = 0;
+    rc = home.retrieveList(ctx_, context_, keys..., items, count, sqlCode);
+    auto records = owned(items, count);
+    checkUnless(kStoreNothing, rc, sqlCode, "listing " + what);
+    return records;
+  }
 
   void commit();
   void rollback();
@@ -82,16 +108,6 @@ class Session {
 
 /// The native text of an owned string, which is deleted; empty for null.
 std::string text(char* owned);
-
-/// The objects of a list, owned, from the array that an operation handed out.
-template <class T>
-std::vector<std::unique_ptr<T>> owned(T** items, int count) {
-  const std::unique_ptr<T*[]> array(items);
-  std::vector<std::unique_ptr<T>> result;
-  result.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) result.emplace_back(items[i]);
-  return result;
-}
 
 /// Whether the wrapping constructor of `T` takes a class before the object.
 template <class T>
