@@ -91,6 +91,33 @@ TEST_F(TextTest, AZeroCharacterInsideAJavaTextSurvivesAsTwoBytes) {
             std::u16string(u"a\0b", 3));
 }
 
+TEST_F(TextTest, EveryUnicodeScalarValueSurvivesTheWayToJavaAndBack) {
+  constexpr char32_t kStep = 0x400;
+  for (char32_t first = 0; first <= 0x10FFFF; first += kStep) {
+    std::u16string units;
+    for (char32_t c = first; c < first + kStep; ++c) {
+      if (c >= 0xD800 && c <= 0xDFFF) continue;
+      if (c < 0x10000) {
+        units += static_cast<char16_t>(c);
+      } else {
+        units += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+        units += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+      }
+    }
+    if (units.empty()) continue;
+    const std::string native = toNative(units);
+    ASSERT_EQ(toJava(native.c_str()), units) << std::hex << static_cast<std::uint32_t>(first);
+  }
+}
+
+TEST_F(TextTest, EveryLoneSurrogateArrivesAsTheSubstitutionCharacterAndStaysIt) {
+  for (char32_t c = 0xD800; c <= 0xDFFF; ++c) {
+    const std::string native = toNative(std::u16string{u'a', static_cast<char16_t>(c), u'z'});
+    ASSERT_EQ(native, "a\xEF\xBF\xBDz") << std::hex << static_cast<std::uint32_t>(c);
+    ASSERT_EQ(toJava(native.c_str()), u"a\uFFFDz");
+  }
+}
+
 TEST_F(TextTest, ALoneSurrogateBecomesTheSubstitutionCharacter) {
   EXPECT_EQ(toNative(std::u16string{u'a', char16_t{0xD800}, u'z'}), "a\xEF\xBF\xBDz");
 }
