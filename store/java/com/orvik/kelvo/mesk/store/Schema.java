@@ -12,7 +12,7 @@ import java.sql.SQLException;
  */
 final class Schema {
     /** The number of the last script. */
-    static final int LATEST = 1;
+    static final int LATEST = 2;
 
     /** What a database holds: any table at all, and the store's own. */
     record Found(boolean anything, boolean store) {
