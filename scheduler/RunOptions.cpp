@@ -1,5 +1,6 @@
 #include <scheduler/RunOptions.h>
 
+#include <algorithm>
 #include <array>
 #include <nlohmann/json.hpp>
 
@@ -15,6 +16,23 @@ using Json = nlohmann::ordered_json;
 constexpr std::array<const char*, 3> kMissed{"once", "all", "skip"};
 constexpr std::array<const char*, 2> kInterrupted{"leave", "rerun"};
 constexpr std::array<const char*, 2> kOverlap{"wait", "skip"};
+constexpr std::array<const char*, 2> kMode{"append", "replace"};
+
+constexpr int kMostMembers = 1000;  // of a stage
+
+struct WarehouseText {
+  const char* name;
+  std::string Warehouse::*text;
+};
+constexpr std::array<WarehouseText, 7> kWarehouseTexts{{{"source", &Warehouse::source},
+                                                        {"sourceUser", &Warehouse::sourceUser},
+                                                        {"sourcePasswordFile", &Warehouse::sourcePasswordFile},
+                                                        {"target", &Warehouse::target},
+                                                        {"targetUser", &Warehouse::targetUser},
+                                                        {"targetPasswordFile", &Warehouse::targetPasswordFile},
+                                                        {"table", &Warehouse::table}}};
+
+std::int64_t longest() { return durationFromText("366d"); }
 
 template <typename Choice, std::size_t count>
 void choose(Choice& choice, const std::string& text, const std::array<const char*, count>& words) {
@@ -48,17 +66,65 @@ void readEnvironment(const Json& json, std::map<std::string, std::string>& envir
   }
 }
 
+void readStages(const Json& json, std::vector<int>& stages) {
+  if (!json.is_array()) throw FormatError("expected an array");
+  for (const Json& stage : json) {
+    std::int64_t members = 0;
+    readNumber(stage, members, 1, kMostMembers);
+    stages.push_back(static_cast<int>(members));
+  }
+}
+
+Json jsonOf(const Warehouse& warehouse) {
+  const Warehouse usual;
+  Json json = Json::object();
+  for (const auto& [name, text] : kWarehouseTexts) {
+    if (!(warehouse.*text).empty()) json[name] = warehouse.*text;
+  }
+  if (warehouse.mode != usual.mode) json["mode"] = textOf(warehouse.mode);
+  if (warehouse.batch != usual.batch) json["batch"] = warehouse.batch;
+  if (warehouse.retries != usual.retries) json["retries"] = warehouse.retries;
+  if (warehouse.retryIntervalSeconds != usual.retryIntervalSeconds) {
+    json["retryInterval"] = warehouse.retryIntervalSeconds;
+  }
+  return json;
+}
+
+void readWarehouse(const Json& json, Warehouse& warehouse) {
+  if (!json.is_object()) throw FormatError("expected an object");
+  for (const auto& [name, value] : json.items()) {
+    const auto* const text = std::find_if(kWarehouseTexts.begin(), kWarehouseTexts.end(),
+                                          [&key = name](const WarehouseText& known) { return key == known.name; });
+    if (text != kWarehouseTexts.end()) {
+      if (!value.is_string()) throw FormatError("expected texts");
+      warehouse.*(text->text) = value.get<std::string>();
+    } else if (name == "mode") {
+      readChoice(value, warehouse.mode);
+    } else if (name == "batch") {
+      readNumber(value, warehouse.batch, 1, Warehouse::kMostBatch);
+    } else if (name == "retries") {
+      readNumber(value, warehouse.retries, 0, Warehouse::kMostRetries);
+    } else if (name == "retryInterval") {
+      readNumber(value, warehouse.retryIntervalSeconds, 0, longest());
+    } else {
+      throw FormatError("'" + name + "' is no part of it");
+    }
+  }
+}
+
 }  // namespace
 
 const char* textOf(RunOptions::Missed missed) { return kMissed[static_cast<std::size_t>(missed)]; }
 const char* textOf(RunOptions::Interrupted interrupted) { return kInterrupted[static_cast<std::size_t>(interrupted)]; }
 const char* textOf(RunOptions::Overlap overlap) { return kOverlap[static_cast<std::size_t>(overlap)]; }
+const char* textOf(Warehouse::Mode mode) { return kMode[static_cast<std::size_t>(mode)]; }
 
 void setFromText(RunOptions::Missed& missed, const std::string& text) { choose(missed, text, kMissed); }
 void setFromText(RunOptions::Interrupted& interrupted, const std::string& text) {
   choose(interrupted, text, kInterrupted);
 }
 void setFromText(RunOptions::Overlap& overlap, const std::string& text) { choose(overlap, text, kOverlap); }
+void setFromText(Warehouse::Mode& mode, const std::string& text) { choose(mode, text, kMode); }
 
 bool isVariableName(const std::string& name) {
   if (name.empty() || (name[0] >= '0' && name[0] <= '9')) return false;
@@ -79,10 +145,12 @@ std::string RunOptions::toJson() const {
   if (missed != usual.missed) json["missed"] = textOf(missed);
   if (interrupted != usual.interrupted) json["interrupted"] = textOf(interrupted);
   if (overlap != usual.overlap) json["overlap"] = textOf(overlap);
+  if (!stages.empty()) json["stages"] = stages;
+  if (warehouse) json["warehouse"] = jsonOf(*warehouse);
   try {
     return json.dump();
   } catch (const Json::exception&) {
-    throw FormatError("run options: a value of the environment is not UTF-8");
+    throw FormatError("run options: a text is not UTF-8");
   }
 }
 
@@ -96,7 +164,7 @@ RunOptions RunOptions::fromJson(const std::string& text) {
       if (name == "environment") {
         readEnvironment(value, options.environment);
       } else if (name == "timeout") {
-        readNumber(value, options.timeoutSeconds, 0, durationFromText("366d"));
+        readNumber(value, options.timeoutSeconds, 0, longest());
       } else if (name == "output-limit") {
         readNumber(value, options.outputLimit, kLeastOutput, kMostOutput);
       } else if (name == "missed") {
@@ -105,6 +173,10 @@ RunOptions RunOptions::fromJson(const std::string& text) {
         readChoice(value, options.interrupted);
       } else if (name == "overlap") {
         readChoice(value, options.overlap);
+      } else if (name == "stages") {
+        readStages(value, options.stages);
+      } else if (name == "warehouse") {
+        readWarehouse(value, options.warehouse.emplace());
       } else {
         throw FormatError("no such option");
       }
