@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <platform/CodePage.h>
@@ -16,11 +17,17 @@ namespace {
 constexpr std::uint32_t kVersion = 81;
 constexpr std::uint32_t kNameBytes = 128;
 
-std::mutex pathMutex;
+std::mutex settings;
 std::string givenPath;
+mesk::ContactSource givenSource;
+
+mesk::ContactSource contactSource() {
+  const std::lock_guard<std::mutex> lock(settings);
+  return givenSource;
+}
 
 std::string contactsPath() {
-  const std::lock_guard<std::mutex> lock(pathMutex);
+  const std::lock_guard<std::mutex> lock(settings);
   if (!givenPath.empty()) return givenPath;
   const char* path = std::getenv("MESK_CONTACTS");
   return path == nullptr ? "" : path;
@@ -69,18 +76,26 @@ void copyName(const std::string& name, char* buffer) {
 mesk::ContactResult fill(std::uint32_t version, ContactGroupRequest* request) {
   if (version != kVersion || request == nullptr || request->groupName == nullptr) return mesk::kContactsBadRequest;
 
-  std::ifstream file(contactsPath());
-  if (!file) return mesk::kContactsUnreadable;
-  const auto contacts = readGroup(file, trimmed(request->groupName));
-  if (file.bad()) return mesk::kContactsUnreadable;
-  if (!contacts) return mesk::kContactGroupUnknown;
+  std::optional<std::vector<std::string>> contacts;
+  try {
+    if (const mesk::ContactSource source = contactSource()) contacts = source(request->groupName);
+  } catch (...) {
+    return mesk::kContactsUnreadable;
+  }
+  if (!contacts) {
+    std::ifstream file(contactsPath());
+    if (!file) return mesk::kContactsUnreadable;
+    contacts = readGroup(file, trimmed(request->groupName));
+    if (file.bad()) return mesk::kContactsUnreadable;
+    if (!contacts) return mesk::kContactGroupUnknown;
+  }
 
   const auto available = static_cast<std::uint32_t>(contacts->size());
   if (request->names == nullptr) {
     request->count = available;
     return mesk::kContactsOk;
   }
-  // The file may have changed since the caller asked for the count.
+  // The group may have changed since the caller asked for the count.
   request->count = std::min(request->count, available);
   for (std::uint32_t i = 0; i < request->count; ++i) copyName((*contacts)[i], request->names[i]);
   return mesk::kContactsOk;
@@ -97,8 +112,14 @@ int getAllContactNamesInGroup(std::uint32_t version, ContactGroupRequest* reques
 namespace mesk {
 
 void setContactsFile(const char* path) {
-  const std::lock_guard<std::mutex> lock(pathMutex);
+  const std::lock_guard<std::mutex> lock(settings);
   givenPath = path == nullptr ? "" : path;
+}
+
+void setContactSource(ContactSource source) {
+  // What the old source holds is let go outside the lock: that may call back.
+  const std::lock_guard<std::mutex> lock(settings);
+  givenSource.swap(source);
 }
 
 }  // namespace mesk

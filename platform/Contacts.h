@@ -2,6 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include <platform/Export.h>
 
@@ -34,7 +38,7 @@ namespace mesk {
 enum ContactResult : std::int32_t {
   kContactsOk = 0,
   kContactGroupUnknown = -1,  ///< no such group
-  kContactsUnreadable = -2,   ///< no contacts file is named, or it cannot be read
+  kContactsUnreadable = -2,   ///< no contacts file is named, or it or the host's source cannot be read
   kContactsBadRequest = -3,   ///< an argument is null, or the version is unknown
 };
 
@@ -42,5 +46,15 @@ enum ContactResult : std::int32_t {
 /// MESK_CONTACTS names. It is read anew by each request. A line is `group: contact, contact`; several
 /// lines of one group add up, `#` starts a comment. Names are in the process code page. Any thread.
 MESK_PLATFORM_API void setContactsFile(const char* path);
+
+/// Whom a group stands for; nothing when this source has no such group. It is called on the thread that asks the
+/// contact service, and by several at once if several ask. A source that throws answers `kContactsUnreadable`. Names
+/// of more than 127 bytes are cut.
+using ContactSource = std::function<std::optional<std::vector<std::string>>(const std::string& group)>;
+
+/// Puts a source before the contacts file, which is then asked only for the groups that the source does not have; an
+/// empty one takes it away. When this returns, a call of the source before may still be under way on another thread.
+/// Any thread.
+MESK_PLATFORM_API void setContactSource(ContactSource source);
 
 }  // namespace mesk

@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <platform/CodePage.h>
@@ -16,7 +20,10 @@ constexpr std::uint32_t kVersion = 81;
 class ContactsTest : public testing::Test {
  protected:
   ContactsTest() { mesk::setContactsFile(path_.c_str()); }
-  ~ContactsTest() override { mesk::setContactsFile(nullptr); }
+  ~ContactsTest() override {
+    mesk::setContactsFile(nullptr);
+    mesk::setContactSource(nullptr);
+  }
 
   void contacts(const std::string& text) { support::write(path_, text); }
 
@@ -128,6 +135,68 @@ TEST_F(ContactsTest, EnvironmentNamesTheFileUnlessItWasSet) {
   EXPECT_EQ(group("ops"), (Names{"eve"}));
   unsetenv("MESK_CONTACTS");
   group("ops", mesk::kContactsUnreadable);
+}
+
+TEST_F(ContactsTest, AHostsOwnSourceIsAskedBeforeTheFile) {
+  contacts("ops: bob\nnight: cy\n");
+  std::vector<std::string> asked;
+  mesk::setContactSource([&](const std::string& name) -> std::optional<Names> {
+    asked.push_back(name);
+    if (name == "ops") return Names{"ann", "dan, the other"};
+    if (name == "empty") return Names{};
+    return std::nullopt;
+  });
+  EXPECT_EQ(group("ops"), (Names{"ann", "dan, the other"}));
+  EXPECT_EQ(group("empty"), Names{});
+  EXPECT_EQ(group("night"), (Names{"cy"})) << "a group that only the file has";
+  group("nobody", mesk::kContactGroupUnknown);
+  EXPECT_EQ(asked.front(), "ops");
+  EXPECT_EQ(asked.back(), "nobody");
+
+  mesk::setContactSource(nullptr);
+  EXPECT_EQ(group("ops"), (Names{"bob"}));
+}
+
+TEST_F(ContactsTest, WithASourceThereNeedBeNoFile) {
+  mesk::setContactSource([](const std::string& name) -> std::optional<Names> {
+    if (name == "ops") return Names{"ann"};
+    return std::nullopt;
+  });
+  EXPECT_EQ(group("ops"), (Names{"ann"}));
+  group("night", mesk::kContactsUnreadable);
+}
+
+TEST_F(ContactsTest, ASourceThatThrowsHasACode) {
+  contacts("ops: bob\n");
+  mesk::setContactSource([](const std::string&) -> std::optional<Names> { throw std::runtime_error("no store"); });
+  group("ops", mesk::kContactsUnreadable);
+}
+
+TEST_F(ContactsTest, ASourceMayBeSetWhileOthersAsk) {
+  contacts("ops: file\n");
+  const mesk::ContactSource ann = [](const std::string&) { return std::optional(Names{"ann"}); };
+  const mesk::ContactSource bob = [](const std::string&) { return std::optional(Names{"bob"}); };
+  std::atomic<bool> over = false;
+  std::atomic<int> wrong = 0;
+  std::atomic<int> answers = 0;
+  support::onThreads(4, [&](int i) {
+    if (i == 0) {
+      for (int round = 0; round < 500 || answers < 500; ++round) mesk::setContactSource(round % 2 == 0 ? ann : bob);
+      over = true;
+      return;
+    }
+    while (!over) {
+      char name[128];
+      char* names[] = {name};
+      ContactGroupRequest request{"ops", 1, names};
+      ContactSqlca sqlca{};
+      getAllContactNamesInGroup(kVersion, &request, &sqlca);
+      ++answers;
+      const std::string_view got = name;
+      if (sqlca.sqlCode != 0 || request.count != 1 || (got != "ann" && got != "bob" && got != "file")) ++wrong;
+    }
+  });
+  EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace
