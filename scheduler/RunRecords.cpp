@@ -1,6 +1,7 @@
 #include <scheduler/RunRecords.h>
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <type_traits>
 
@@ -41,20 +42,46 @@ void eachMember(Status& status, Visit visit) requires requires {
   visit("startedMillis", status.startedMillis);
   visit("endedMillis", status.endedMillis);
   visit("outputBytes", status.outputBytes);
+  visit("rows", status.rows);
+  visit("bytes", status.bytes);
   visit("failure", status.failure);
+}
+
+template <typename Value>
+void put(Json& json, const Value& value) {
+  json = value;
+}
+
+// What was not said is null.
+template <typename Value>
+void put(Json& json, const std::optional<Value>& value) {
+  if (value) {
+    put(json, *value);
+  } else {
+    json = nullptr;
+  }
 }
 
 template <typename Record>
 std::string write(const Record& record, Json::error_handler_t notUtf8) {
   Json json = Json::object();
-  eachMember(record, [&](const char* name, const auto& value) { json[name] = value; });
+  eachMember(record, [&](const char* name, const auto& value) { put(json[name], value); });
   return json.dump(2, ' ', false, notUtf8) + "\n";
 }
 
-// The library turns truth values and fractions into whole numbers; here they are of another type.
+// False, or Json::exception, for another type. The library turns truth values and fractions into whole numbers; here
+// they are of another type.
 template <typename Value>
-bool suits(const Json& json, const Value&) {
-  return std::is_same_v<Value, bool> || !std::is_integral_v<Value> || json.is_number_integer();
+bool take(const Json& json, Value& value) {
+  if (std::is_integral_v<Value> && !std::is_same_v<Value, bool> && !json.is_number_integer()) return false;
+  json.get_to(value);
+  return true;
+}
+
+template <typename Value>
+bool take(const Json& json, std::optional<Value>& value) {
+  value.reset();
+  return json.is_null() || take(json, value.emplace());
 }
 
 template <typename Record>
@@ -67,9 +94,9 @@ Record read(const std::string& text, const char* what) {
   eachMember(record, [&](const char* name, auto& value) {
     const auto found = json.find(name);
     if (found == json.end()) refuse(std::string("'") + name + "' is missing");
-    bool read = suits(*found, value);
+    bool read = false;
     try {
-      if (read) found->get_to(value);
+      read = take(*found, value);
     } catch (const Json::exception&) {
       read = false;
     }

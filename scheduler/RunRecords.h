@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,8 +54,10 @@ struct RunStatus {
   bool outputLost = false;         ///< the disk did not take all output that was to be kept
   std::int64_t startedMillis = 0;  ///< since the epoch
   std::int64_t endedMillis = 0;
-  std::int64_t outputBytes = 0;  ///< written by the script, kept or not
-  std::string failure;           ///< why it never started, in words; empty when it did
+  std::int64_t outputBytes = 0;       ///< written by the script, kept or not
+  std::optional<std::int64_t> rows;   ///< that the script says it handled; none when it did not say
+  std::optional<std::int64_t> bytes;  ///< likewise
+  std::string failure;                ///< why it never started, in words; empty when it did
 
   std::string toJson() const;
   /// Throws std::runtime_error.

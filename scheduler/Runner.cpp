@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +24,9 @@
 #include <exception>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <scheduler/Files.h>
@@ -39,6 +42,9 @@ namespace {
 // Room for a status, so that a full disk does not keep a run from telling how it ended.
 constexpr long kStatusRoom = 4096;
 constexpr std::size_t kFailureLimit = 1024;
+// What the script says that it handled, and how much of that is read.
+constexpr const char* kCounts = "/counts";
+constexpr std::size_t kCountsLimit = 65536;
 
 // An attempt that cannot start, with the code that its status gets.
 struct StartFailure : std::runtime_error {
@@ -92,7 +98,7 @@ struct Launch {
   Account account;
   bool changeUser = false;
   bool homeIsOptional = false;
-  UniqueFd script;
+  std::vector<UniqueFd> files;  ///< that the script's user cannot open by their paths
   pid_t runner = ::getpid();
 };
 
@@ -104,7 +110,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   return pointers;
 }
 
-std::vector<std::string> environmentFor(const RunRequest& request, const Account& account) {
+std::vector<std::string> environmentFor(const RunRequest& request, const Account& account, const std::string& counts) {
   std::map<std::string, std::string> values{{"PATH", "/usr/local/bin:/usr/bin:/bin"},
                                             {"HOME", account.home},
                                             {"USER", account.name},
@@ -115,6 +121,7 @@ std::vector<std::string> environmentFor(const RunRequest& request, const Account
   }
   for (const auto& [name, value] : request.environment) values[name] = value;
   values["MESK_ATTEMPT"] = std::to_string(request.attempt);
+  values["MESK_COUNTS"] = counts;
   std::vector<std::string> result;
   result.reserve(values.size());
   for (const auto& [name, value] : values) result.push_back(name + "=" + value);
@@ -142,6 +149,18 @@ UniqueFd aboveStandard(int fd) {
   return UniqueFd(::fcntl(fd, F_DUPFD_CLOEXEC, 3));
 }
 
+// Makes a file for the script's user; answers how the script is to call it.
+std::string handOver(const std::string& path, const std::string& content, Launch& launch) {
+  const UniqueFd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (!file || !writeAll(file.get(), content.data(), content.size())) notStarted(path.c_str());
+  if (!launch.changeUser) return path;
+  if (::fchown(file.get(), launch.account.uid, launch.account.gid) != 0) notStarted(path.c_str());
+  // The other user cannot enter the run's directory, and need not: the open file is enough.
+  launch.files.push_back(aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC)));
+  if (!launch.files.back()) notStarted(path.c_str());
+  return "/proc/self/fd/" + std::to_string(launch.files.back().get());
+}
+
 Launch prepare(const std::string& directory, const RunRequest& request) {
   Launch launch;
   const uid_t self = ::geteuid();
@@ -158,25 +177,11 @@ Launch prepare(const std::string& directory, const RunRequest& request) {
     throw StartFailure(kRunMayNotBeUser, "to run as '" + request.user + "' the scheduler must run as root");
   }
 
-  const std::string path = directory + "/script";
-  {
-    const UniqueFd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    if (!file || !writeAll(file.get(), request.script.data(), request.script.size())) notStarted(path.c_str());
-    if (launch.changeUser && ::fchown(file.get(), launch.account.uid, launch.account.gid) != 0) {
-      notStarted(path.c_str());
-    }
-  }
-  std::string scriptName = path;
-  if (launch.changeUser) {
-    // The other user cannot enter the run's directory, and need not: the open file is enough.
-    launch.script = aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!launch.script) notStarted(path.c_str());
-    scriptName = "/proc/self/fd/" + std::to_string(launch.script.get());
-  }
-
-  launch.arguments = {findProcessor(request), scriptName};
+  const std::string script = handOver(directory + "/script", request.script, launch);
+  const std::string counts = handOver(directory + kCounts, "", launch);
+  launch.arguments = {findProcessor(request), script};
   launch.arguments.insert(launch.arguments.end(), request.arguments.begin(), request.arguments.end());
-  launch.environment = environmentFor(request, launch.account);
+  launch.environment = environmentFor(request, launch.account, counts);
   launch.homeIsOptional = request.directory.empty();
   launch.directory = launch.homeIsOptional ? launch.account.home : request.directory;
   return launch;
@@ -211,7 +216,7 @@ Launch prepare(const std::string& directory, const RunRequest& request) {
   }
   // Nothing that the runner or its parent left open reaches the script: not the lock above all.
   if (::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) != 0) failed(ChildFailure::kStreams);
-  if (launch.script) ::fcntl(launch.script.get(), F_SETFD, 0);
+  for (const UniqueFd& file : launch.files) ::fcntl(file.get(), F_SETFD, 0);
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -380,6 +385,35 @@ void follow(const Script& script, const RunRequest& request, int stopSignals, Ou
   script.drain(output);
 }
 
+// The last bytes of what the script left in the place of its counts. That may be anything: it is not followed
+// elsewhere, nor waited for.
+std::string countsText(const std::string& directory) {
+  const UniqueFd file(::open((directory + kCounts).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat entry {};
+  if (!file || ::fstat(file.get(), &entry) != 0 || !S_ISREG(entry.st_mode)) return {};
+  const off_t begin = std::max<off_t>(entry.st_size - static_cast<off_t>(kCountsLimit), 0);
+  std::string text(kCountsLimit, '\0');
+  const ssize_t count = ::pread(file.get(), text.data(), text.size(), begin);
+  text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  // Of a line that is cut nobody knows what it says.
+  return begin == 0 ? text : text.substr(std::min(text.find('\n'), text.size()));
+}
+
+// Takes over what the script said: lines `rows=N` and `bytes=N`, of which the last hold; others say nothing.
+void takeCounts(std::string_view text, RunStatus& status) {
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    for (auto [name, count] : {std::pair{"rows=", &status.rows}, {"bytes=", &status.bytes}}) {
+      if (!line.starts_with(name)) continue;
+      const std::string_view digits = line.substr(std::string_view(name).size());
+      std::int64_t value = 0;
+      const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+      if (error == std::errc() && end == digits.data() + digits.size() && value >= 0) *count = value;
+    }
+  }
+}
+
 void attempt(const std::string& directory, int stopSignals, RunStatus& status) {
   RunRequest request;
   try {
@@ -393,6 +427,7 @@ void attempt(const std::string& directory, int stopSignals, RunStatus& status) {
   output.finish();
   status.outputBytes = output.total();
   status.outputLost = output.lost();
+  takeCounts(countsText(directory), status);
   const siginfo_t how = script.reap();
   if (how.si_code != CLD_EXITED) status.signal = how.si_status;
   status.returnCode = status.timedOut     ? kRunTimedOut

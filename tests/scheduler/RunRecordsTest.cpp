@@ -33,7 +33,10 @@ TEST(RunRecordsTest, ARequestComesBackAsItWas) {
 }
 
 TEST(RunRecordsTest, AStatusComesBackAsItWas) {
-  const RunStatus status{-510, 9, true, true, true, 1, 2, 3, "why"};
+  RunStatus status{-510, 9, true, true, true, 1, 2, 3, 4, 5, "why"};
+  EXPECT_EQ(RunStatus::fromJson(status.toJson()), status);
+  status.rows = 0;
+  status.bytes.reset();
   EXPECT_EQ(RunStatus::fromJson(status.toJson()), status);
 }
 
@@ -52,6 +55,9 @@ TEST(RunRecordsTest, WhatIsNotExactlyAStatusIsRefused) {
   std::string text = good;
   text.replace(text.find("\"signal\": 0"), 11, "\"signal\": true");
   EXPECT_EQ(refusal(text), "status.json: 'signal' is of another type");
+  text = good;
+  text.replace(text.find("\"rows\": null"), 12, "\"rows\": 1.5");
+  EXPECT_EQ(refusal(text), "status.json: 'rows' is of another type");
   text = good;
   text.insert(text.find('{') + 1, "\"more\": 1,");
   EXPECT_EQ(refusal(text), "status.json: it has a member that is not known");

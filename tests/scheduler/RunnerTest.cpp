@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -112,6 +113,42 @@ TEST_F(RunnerTest, ArgumentsDirectoryEnvironmentAndAttemptReachTheScript) {
   request_.attempt = 3;
   run("echo \"$#|$1|$2|$3|$COLOUR|$MESK_ATTEMPT\"; pwd");
   EXPECT_EQ(output_, "3|a b||'$HOME'|dark blue|3\n" + scratch_.path() + "\n");
+}
+
+TEST_F(RunnerTest, WhatTheScriptCountedIsInTheStatus) {
+  RunStatus status = run("echo rows=12 >>$MESK_COUNTS; (echo bytes=3400; echo rows=13) >>$MESK_COUNTS");
+  EXPECT_EQ(status.rows, 13);
+  EXPECT_EQ(status.bytes, 3400);
+  status = run("echo no counts");
+  EXPECT_EQ(status.rows, std::nullopt);
+  EXPECT_EQ(status.bytes, std::nullopt);
+  status = run("printf 'rows=9223372036854775807' >$MESK_COUNTS.mine; mv $MESK_COUNTS.mine $MESK_COUNTS; exit 3");
+  EXPECT_EQ(status.rows, 9223372036854775807) << "the last line needs no end, and a run that failed counts too";
+}
+
+TEST_F(RunnerTest, LinesThatAreNoCountsSayNothing) {
+  const RunStatus status = run(
+      R"(printf '%s\n' rows=7 rows= rows=-1 rows=1x 'rows= 1' ROWS=1 rows=9223372036854775808 row=1 >$MESK_COUNTS
+         printf 'rows=1\000\n' >>$MESK_COUNTS)");
+  EXPECT_EQ(status.returnCode, 0);
+  EXPECT_EQ(status.rows, 7);
+  EXPECT_EQ(status.bytes, std::nullopt);
+}
+
+TEST_F(RunnerTest, OfManyLinesTheLastHold) {
+  const RunStatus status = run("echo bytes=1 >$MESK_COUNTS; yes rows=12345 | head -n 20000 >>$MESK_COUNTS");
+  EXPECT_EQ(status.rows, 12345);
+  EXPECT_EQ(status.bytes, std::nullopt) << "what stood long before is not read";
+}
+
+TEST_F(RunnerTest, WhatIsNoFileInThePlaceOfTheCountsIsNotReadAndHoldsNothingUp) {
+  scratch_.write("elsewhere", "rows=1\n");
+  for (const char* place : {"rm $MESK_COUNTS", "rm $MESK_COUNTS; mkfifo $MESK_COUNTS",
+                            "rm $MESK_COUNTS; mkdir $MESK_COUNTS", "ln -sf $PWD/elsewhere $MESK_COUNTS"}) {
+    const RunStatus status = run(place);
+    EXPECT_EQ(status.returnCode, 0) << place << output_;
+    EXPECT_EQ(status.rows, std::nullopt) << place;
+  }
 }
 
 TEST_F(RunnerTest, TheEnvironmentOfTheSchedulerStaysThere) {
@@ -326,10 +363,12 @@ TEST_F(RunnerTest, RootRunsAsAnotherUserWithNothingOfItsOwnRights) {
   const auto own = static_cast<std::size_t>(::getgroups(static_cast<int>(groups.size()), groups.data()));
   const gid_t extra = 4;  // a group that must not come along
   ASSERT_EQ(::setgroups(1, &extra), 0);
-  const RunStatus status = run("id -un; id -Gn; echo $HOME $USER $1; ls " + client_.directory("1").path());
+  const RunStatus status =
+      run("id -un; id -Gn; echo $HOME $USER $1; ls " + client_.directory("1").path() + "; echo rows=5 >>$MESK_COUNTS");
   ASSERT_EQ(::setgroups(own, groups.data()), 0);
   EXPECT_EQ(status.failure, "");
   EXPECT_TRUE(output_.starts_with("nobody\nnogroup\n/nonexistent nobody x\nls: cannot")) << output_;
+  EXPECT_EQ(status.rows, 5) << output_;
 }
 
 TEST_F(RunnerTest, ARunOfTheOwnUserNeedsNoRoot) {
