@@ -39,6 +39,14 @@ std::string formatted(std::int64_t millis, const char* format) {
   return {text, std::strftime(text, sizeof text, format, local)};
 }
 
+void each(const std::vector<Command>& commands, const std::string& above,
+          const std::function<void(const std::string&, const Command&)>& visit) {
+  for (const Command& command : commands) {
+    if (command.run != nullptr) visit(above + command.name, command);
+    each(command.commands, above + command.name + " ", visit);
+  }
+}
+
 }  // namespace
 
 const std::vector<Command>& commands() {
@@ -104,9 +112,15 @@ const std::vector<Command>& commands() {
   return all;
 }
 
-OpenStore::OpenStore(const Invocation& invocation) : OpenStore(existing(StoreAddress::choose(invocation.store))) {}
+void eachCommand(const std::function<void(const std::string& name, const Command& command)>& visit) {
+  each(commands(), "", visit);
+}
 
-OpenStore::OpenStore(const StoreAddress& address) : session_(address), definitions_(session_) {}
+OpenStore::OpenStore(const Invocation& invocation)
+    : OpenStore(invocation, existing(StoreAddress::choose(invocation.store))) {}
+
+OpenStore::OpenStore(const Invocation& invocation, const StoreAddress& address)
+    : session_(address, invocation.user), definitions_(session_) {}
 
 std::string timeText(std::optional<std::int64_t> millis) {
   return millis ? formatted(*millis, "%Y-%m-%d %H:%M:%S %Z") : "-";

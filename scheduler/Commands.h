@@ -23,7 +23,9 @@ using Json = nlohmann::ordered_json;
 
 /// What the command line says, whatever the command; a command reads those that it declared.
 struct Invocation {
+  std::string command;  ///< its whole name, as "schedule list"
   std::string store;
+  std::string user;  ///< empty: the user of this process
   bool json = false;
   bool quiet = false;
 
@@ -41,22 +43,28 @@ struct Invocation {
 };
 
 /// One command: its name, its help, its own options, and what it does. `run` answers an exit code and throws
-/// HostError.
+/// HostError. A command with commands below it does nothing by itself: its `declare` and `run` are null.
 struct Command {
   const char* name;
   const char* help;
   std::function<void(CLI::App& app, Invocation& invocation)> declare;
   int (*run)(const Invocation& invocation);
+  std::vector<Command> commands = {};
 };
 
 /// All commands, in the order of the help.
 const std::vector<Command>& commands();
 
+/// Calls `visit` for each command that does something, with its whole name, in the order of the help.
+void eachCommand(const std::function<void(const std::string& name, const Command& command)>& visit);
+
 /// A session with an existing store, and its definitions. Throws HostError when there is no store.
 class OpenStore {
  public:
   explicit OpenStore(const Invocation& invocation);
-  OpenStore(const StoreAddress& address);
+
+  /// As the other, with a store that is made if there is none.
+  OpenStore(const Invocation& invocation, const StoreAddress& address);
 
   Session& session() { return session_; }
   Definitions& definitions() { return definitions_; }

@@ -206,7 +206,7 @@ int applyCommand(const Invocation& invocation) {
     tell(invocation, allCreated(file.tasks));
     return kExitOk;
   }
-  OpenStore store(address);
+  OpenStore store(invocation, address);
   std::vector<Applied> report;
   {
     const Progress progress(invocation, file.tasks.size());

@@ -36,7 +36,8 @@ ThreadContext attached() {
 
 }  // namespace
 
-Session::Session(const StoreAddress& address) : address_(address), user_(currentUser()), ctx_(attached()) {
+Session::Session(const StoreAddress& address, const std::string& user)
+    : address_(address), user_(user.empty() ? currentUser() : user), ctx_(attached()) {
   int rc = 0;
   int sqlCode = 0;
   context_ = MDUtility::connectMD(ctx_, address_.url().c_str(), nullptr, user_.c_str(), nullptr, rc, sqlCode);

@@ -33,7 +33,8 @@ std::vector<std::unique_ptr<T>> owned(T** items, int count) {
 /// ends last. What goes wrong is thrown as HostError or StoreError.
 class Session {
  public:
-  explicit Session(const StoreAddress& address);
+  /// Works for `user`; for the user of this process when it is empty.
+  explicit Session(const StoreAddress& address, const std::string& user = {});
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -42,7 +43,7 @@ class Session {
   jobject context() { return context_; }
   const StoreAddress& address() const { return address_; }
 
-  /// The name under which this process works on the store.
+  /// Whom this session works for.
   const std::string& user() const { return user_; }
 
   /// Throws StoreError unless `code` is 0. A Java exception that the failed operation left pending is

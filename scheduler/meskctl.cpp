@@ -16,26 +16,45 @@ using namespace mesk::host;
 /// A JVM for a fraction of a second: no time for the second compiler or for a collector with threads of its own.
 constexpr const char* kShortLived = "-XX:TieredStopAtLevel=1 -XX:+UseSerialGC -XX:-UsePerfData";
 
+/// Declares the commands below `app`, whose whole name is `above`. The one that the command line names becomes
+/// `chosen`.
+void declare(CLI::App& app, const std::vector<Command>& commands, const std::string& above, Invocation& invocation,
+             const Command*& chosen) {
+  app.require_subcommand(1);
+  for (const Command& command : commands) {
+    CLI::App* const subcommand = app.add_subcommand(command.name, command.help);
+    const std::string name = above + command.name;
+    if (!command.commands.empty()) {
+      declare(*subcommand, command.commands, name + " ", invocation, chosen);
+      continue;
+    }
+    command.declare(*subcommand, invocation);
+    subcommand->callback([&chosen, &invocation, &command, name] {
+      chosen = &command;
+      invocation.command = name;
+    });
+  }
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Defines the tasks of a Mesk store, and tells how they do.", "meskctl");
   Invocation invocation;
   app.add_option("--store", invocation.store,
                  "The store: a file, or a JDBC URL. Default: the environment variable MESK_STORE")
       ->type_name("FILE-OR-URL");
+  app.add_option("--user", invocation.user,
+                 "Work for this user. Default: the environment variable MESK_USER, else the user who calls")
+      ->envname("MESK_USER")
+      ->type_name("NAME");
   app.add_flag("--json", invocation.json, "Answer in JSON");
   app.add_flag("-q,--quiet", invocation.quiet, "Say nothing when all is well");
   app.set_version_flag("--version", std::string("meskctl ") + kVersion);
-  app.require_subcommand(1);
   app.fallthrough();
   app.footer(
       "Exit codes: 0 done, 1 failed, 2 usage, 3 task file wrong, 4 not found, 5 refused, 6 store cannot be opened,\n"
       "7 no JVM, 8 store library missing, 9 store failed. See meskctl(1).");
   const Command* chosen = nullptr;
-  for (const Command& command : commands()) {
-    CLI::App* const subcommand = app.add_subcommand(command.name, command.help);
-    command.declare(*subcommand, invocation);
-    subcommand->callback([&chosen, &command] { chosen = &command; });
-  }
+  declare(app, commands(), "", invocation, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -58,7 +58,7 @@ class CtlTest : public testing::Test {
       redirect("/dev/null", O_RDONLY, 0);
       redirect(out, O_WRONLY | O_CREAT | O_TRUNC, 1);
       redirect(error, O_WRONLY | O_CREAT | O_TRUNC, 2);
-      for (const char* name : {"MESK_CLASSPATH", "MESK_JVM_OPTIONS", "LC_ALL", "LANG"}) ::unsetenv(name);
+      for (const char* name : {"MESK_CLASSPATH", "MESK_JVM_OPTIONS", "MESK_USER", "LC_ALL", "LANG"}) ::unsetenv(name);
       for (const auto& [name, value] : environment_) ::setenv(name.c_str(), value.c_str(), 1);
       std::vector<char*> arguments;
       for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
