@@ -23,6 +23,8 @@ install(DIRECTORY mesk platform DESTINATION "${MESK_INCLUDE_DIRECTORY}" FILES_MA
   PATTERN "StoreCall.h" EXCLUDE
   PATTERN "StoreList.h" EXCLUDE
   PATTERN "LogRecord.h" EXCLUDE
+  PATTERN "GrowingTable.h" EXCLUDE
+  PATTERN "AgentObject.h" EXCLUDE
   PATTERN "bridge/Latch.h" EXCLUDE
   PATTERN "bridge/Trace.h" EXCLUDE
   PATTERN "Principal.h" EXCLUDE

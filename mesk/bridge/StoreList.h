@@ -81,26 +81,44 @@ Wrapper* newWrapper(ThreadContext& ctx, jobject element) {
   }
 }
 
-/// A list of store objects: calls `name` of `target`, wraps each element in a new `Wrapper` and gives the caller
-/// the array. `emptyCode` counts as success. Wrappers that could not be allocated are null.
-template <class Wrapper, class... Arguments>
-int retrieveWrappers(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, ListForm form,
-                     int emptyCode, Wrapper**& items, int& count, int& sqlCode, Arguments... arguments) {
+/// Calls `name` of `target` and gives the caller an array with `make(element)` of each element of the list. `emptyCode`
+/// counts as success.
+template <class Element, class Make, class... Arguments>
+int retrieveElements(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, ListForm form,
+                     int emptyCode, Element*& items, int& count, int& sqlCode, Make make, Arguments... arguments) {
   items = nullptr;
   count = 0;
   StoreCall call(ctx, sqlCode);
   {
     const auto collection = call.invoke<LocalRef<>>(target, name, signature, arguments...);
     if (call.code() == 0 && collection) {
-      const auto wrap = [&](const LocalRef<>& element) { return newWrapper<Wrapper>(ctx, element.get()); };
       if (form == ListForm::sizeAndGet) {
-        readCollection(ctx, collection, items, count, wrap);
+        readCollection(ctx, collection, items, count, make);
       } else {
-        readArray(ctx, collection, items, count, wrap);
+        readArray(ctx, collection, items, count, make);
       }
     }
   }
   return call.finish(emptyCode);
+}
+
+/// A list of store objects, each in a new `Wrapper`. Wrappers that could not be allocated are null.
+template <class Wrapper, class... Arguments>
+int retrieveWrappers(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, ListForm form,
+                     int emptyCode, Wrapper**& items, int& count, int& sqlCode, Arguments... arguments) {
+  const auto wrap = [&](const LocalRef<>& element) { return newWrapper<Wrapper>(ctx, element.get()); };
+  return retrieveElements(ctx, target, name, signature, form, emptyCode, items, count, sqlCode, wrap, arguments...);
+}
+
+/// A list of texts, each a new native string; null for an empty one or out of memory.
+template <class... Arguments>
+int retrieveTexts(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, int emptyCode,
+                  char**& items, int& count, int& sqlCode, Arguments... arguments) {
+  const auto text = [&](LocalRef<> element) {
+    return MDObject::jStringToString(ctx, static_cast<jstring>(element.release()));
+  };
+  return retrieveElements(ctx, target, name, signature, ListForm::sizeAndGet, emptyCode, items, count, sqlCode, text,
+                          arguments...);
 }
 
 }  // namespace mesk
