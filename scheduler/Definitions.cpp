@@ -505,23 +505,24 @@ void Definitions::settleRetry(Execution& execution) {
 
 bool Definitions::setEnabled(const std::string& name, bool enabled) {
   bool changed = false;
-  session_.transact([&] {
-    const Owned task = find(name);
-    changed = (task->getScheduleEnable(ctx_) != 0) != enabled;
-    if (!changed) return;
-    auto queue = executions();
-    std::erase_if(queue, [&](const Execution& execution) { return !belongsTo(execution, *task, ctx_); });
-    task->setScheduleEnable(ctx_, enabled ? 1 : 0);
-    auto now = session_.timestamp(clockMillis());
-    task->setModified(ctx_, &now);
-    task->setModifier(ctx_, session_.user().c_str());
-    if (!enabled) clearSchedule(*task, queue);
-    plan(*task, queue);
-    updateNextStart(*task, queue);
-    update(*task);
-  });
+  session_.transact([&] { changed = switchSchedule(*find(name), enabled); });
   if (changed) announce();
   return changed;
+}
+
+bool Definitions::switchSchedule(MDTask& task, bool enabled) {
+  if ((task.getScheduleEnable(ctx_) != 0) == enabled) return false;
+  auto queue = executions();
+  std::erase_if(queue, [&](const Execution& execution) { return !belongsTo(execution, task, ctx_); });
+  task.setScheduleEnable(ctx_, enabled ? 1 : 0);
+  auto now = session_.timestamp(clockMillis());
+  task.setModified(ctx_, &now);
+  task.setModifier(ctx_, session_.user().c_str());
+  if (!enabled) clearSchedule(task, queue);
+  plan(task, queue);
+  updateNextStart(task, queue);
+  update(task);
+  return true;
 }
 
 long long Definitions::runNow(const std::string& name, const std::vector<std::string>& arguments) {

@@ -91,6 +91,10 @@ class Definitions {
   /// for, goes on.
   bool setEnabled(const std::string& name, bool enabled);
 
+  /// As `setEnabled`, as part of the caller's transaction, and no meskd is told: the task's record and the queue's are
+  /// changed, nothing is committed.
+  bool switchSchedule(MDTask& task, bool enabled);
+
   /// Queues a run for now and answers the key of its execution. No arguments: those of the task.
   long long runNow(const std::string& name, const std::vector<std::string>& arguments);
 

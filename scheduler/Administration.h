@@ -1,0 +1,79 @@
+// What the store knows and no record of libmesk expresses: users, groups, contacts, members, success codes.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <scheduler/Session.h>
+#include <scheduler/StoreClass.h>
+
+namespace mesk::host {
+
+/// A task by its key.
+struct TaskKey {
+  long long id = 0;
+  int suffix = 0;
+
+  auto operator<=>(const TaskKey&) const = default;
+};
+
+/// A return code that is a success, or the border of those that are.
+struct SuccessCode {
+  char condition = '=';  ///< the run's code is this one (=), another one (!), lower (<) or higher (>)
+  int code = 0;
+
+  bool operator==(const SuccessCode&) const = default;
+};
+
+/// The store's Administration on a session. Each operation is part of the session's transaction; what fails is thrown
+/// as StoreError, with what the store says of it. One thread.
+class Administration {
+ public:
+  enum class AddressKind : int { kEmail = 1, kPager = 2 };
+
+  explicit Administration(Session& session);
+
+  // Users and groups. Names are kept in capitals.
+  void createUser(const std::string& name, bool superuser, bool admin);
+  void changeUser(const std::string& name, bool superuser, bool admin);
+  void deleteUser(const std::string& name);
+  std::vector<std::string> users();
+  void createGroup(const std::string& name);
+  void deleteGroup(const std::string& name);
+  std::vector<std::string> groups();
+  void addMember(const std::string& group, const std::string& user);
+  void removeMember(const std::string& group, const std::string& user);
+  std::vector<std::string> members(const std::string& group);
+
+  // Contacts and groups of them. An empty address is none.
+  void putContact(const std::string& name, const std::string& email, const std::string& pager);
+  void removeContact(const std::string& name);
+  std::vector<std::string> contacts();
+  /// Empty when the contact has no such address; nothing when there is no such contact.
+  std::optional<std::string> contactAddress(const std::string& name, AddressKind kind);
+  void putContactGroup(const std::string& name, const std::vector<std::string>& members);
+  void removeContactGroup(const std::string& name);
+  std::vector<std::string> contactGroups();
+  /// Nothing when there is no such group.
+  std::optional<std::vector<std::string>> contactsOf(const std::string& group);
+
+  // Parts of a task, of an action, of a shared schedule; each replaces what was there, except rules.
+  void setGroupMembers(const TaskKey& task, const std::vector<TaskKey>& members);
+  void setSuccessCodes(const TaskKey& task, const std::vector<SuccessCode>& codes);
+  void setContacts(long long notificationActionID, const std::vector<std::string>& contacts,
+                   const std::vector<std::string>& groups);
+  void addScheduleRule(long long scheduleID, long long ruleID);
+  void removeScheduleRule(long long scheduleID, long long ruleID);
+
+  /// Says that an action fired on a task at the end of a run; that it did so already is a failure. `taskExecID` is
+  /// the execution that it queued, -1 for none.
+  void recordFollowOn(long long run, long long followOnActionID, const TaskKey& task, long long taskExecID);
+
+ private:
+  std::vector<std::string> names(const std::string& what, const char* method);
+
+  StoreClass class_;
+};
+
+}  // namespace mesk::host
