@@ -32,6 +32,7 @@ inline constexpr FixedString kContextType = "Lcom/orvik/kelvo/common/parl/api/Co
 inline constexpr FixedString kExceptionType = "Lcom/orvik/kelvo/common/parl/api/PARLException;";
 inline constexpr FixedString kStringType = "Ljava/lang/String;";
 inline constexpr FixedString kCollectionType = "Ljava/util/Collection;";
+inline constexpr FixedString kArrayListType = "Ljava/util/ArrayList;";
 inline constexpr FixedString kTimestampType = "Ljava/sql/Timestamp;";
 
 /// The store class `Name`, as a class name and as a type.

@@ -129,4 +129,13 @@ int callStore(ThreadContext& ctx, const MDObject& target, const char* name, cons
   return call.finish();
 }
 
+/// As `callStore`, with `record` behind the context: -300 when that is dead.
+template <class... Arguments>
+int callStoreWith(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, int& sqlCode,
+                  jobject context, const MDObject& record, Arguments... arguments) {
+  sqlCode = 0;
+  if (!isLive(record)) return kUnreached;
+  return callStore(ctx, target, name, signature, sqlCode, context, record.object, arguments...);
+}
+
 }  // namespace mesk

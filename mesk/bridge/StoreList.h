@@ -16,14 +16,19 @@ inline constexpr int kNoEmptyCode = 0;
 /// How a list's elements are fetched.
 enum class ListForm { sizeAndGet, toArray };
 
+/// How many elements `collection`, whose class is `cls`, has; 0 when it cannot be asked.
+inline int sizeOf(ThreadContext& ctx, jobject collection, jclass cls) {
+  const jmethodID size = ctx.env->GetMethodID(cls, "size", "()I");
+  return size == nullptr ? 0 : invoke<jint>(ctx, collection, size);
+}
+
 /// The elements of a java.util.Collection that has `get`. Missing methods leave it empty.
 class Elements {
  public:
   Elements(ThreadContext& ctx, jobject collection) : ctx_(ctx), collection_(collection) {
     const LocalRef<jclass> cls(ctx.env, ctx.env->GetObjectClass(collection));
-    const jmethodID size = ctx.env->GetMethodID(cls.get(), "size", "()I");
-    get_ = size == nullptr ? nullptr : ctx.env->GetMethodID(cls.get(), "get", "(I)Ljava/lang/Object;");
-    if (get_ != nullptr) count_ = invoke<jint>(ctx, collection, size);
+    get_ = ctx.env->GetMethodID(cls.get(), "get", "(I)Ljava/lang/Object;");
+    if (get_ != nullptr) count_ = sizeOf(ctx, collection, cls.get());
   }
 
   int count() const { return count_; }
@@ -120,5 +125,23 @@ int retrieveTexts(ThreadContext& ctx, const MDObject& target, const char* name, 
   return retrieveElements(ctx, target, name, signature, ListForm::sizeAndGet, emptyCode, items, count, sqlCode, text,
                           arguments...);
 }
+
+/// A list of wrappers or texts that the library retrieves for itself.
+template <class Element>
+struct OwnedList {
+  OwnedList() = default;
+  OwnedList(const OwnedList&) = delete;
+  OwnedList& operator=(const OwnedList&) = delete;
+  ~OwnedList() {
+    for (int i = 0; i < count; ++i) delete items[i];
+    delete[] items;
+  }
+
+  Element** begin() const { return items; }
+  Element** end() const { return items + count; }
+
+  Element** items = nullptr;  ///< an element that is taken over is made null
+  int count = 0;
+};
 
 }  // namespace mesk

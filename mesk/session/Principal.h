@@ -3,7 +3,7 @@
 
 #include <mesk/bridge/MDObject.h>
 #include <mesk/bridge/Signature.h>
-#include <mesk/bridge/StoreCall.h>
+#include <mesk/bridge/StoreList.h>
 #include <mesk/session/MDGroup.h>
 #include <mesk/session/MDUser.h>
 
@@ -47,11 +47,16 @@ int askPermission(ThreadContext& ctx, const MDObject& record, const char* method
 template <class P>
 int changePermission(ThreadContext& ctx, const MDObject& record, const char* method, jobject context,
                      const P& principal, int allowed, int& sqlCode) {
-  StoreCall call(ctx, sqlCode);
-  if (!isLive(principal)) return kUnreached;
-  call.invoke<void>(record, method, storeSignature<joined<principalType<P>, "Z">, "V">, context, principal.object,
-                    static_cast<jboolean>(allowed));
-  return call.finish();
+  return callStoreWith(ctx, record, method, storeSignature<joined<principalType<P>, "Z">, "V">, sqlCode, context,
+                       principal, static_cast<jboolean>(allowed));
+}
+
+/// Who holds the kind of right `permission` on `record`.
+template <class P>
+int listHolders(ThreadContext& ctx, const MDObject& record, const char* method, jobject context, int permission,
+                P**& holders, int& count, int& sqlCode) {
+  return retrieveWrappers(ctx, record, method, storeSignature<"I", kArrayListType>, ListForm::toArray, kNothingInHome,
+                          holders, count, sqlCode, context, static_cast<jint>(permission));
 }
 
 }  // namespace mesk

@@ -28,20 +28,6 @@ Text copyOf(const char* text) {
   return copy;
 }
 
-/// Names that a list operation handed out.
-struct HandedOut {
-  HandedOut() = default;
-  ~HandedOut() {
-    std::for_each_n(names, count, [](char* name) { ::operator delete(name); });
-    delete[] names;
-  }
-  HandedOut(const HandedOut&) = delete;
-  HandedOut& operator=(const HandedOut&) = delete;
-
-  char** names = nullptr;
-  int count = 0;
-};
-
 /// Names that differ, in the order in which they came.
 class DistinctNames {
  public:
@@ -206,19 +192,19 @@ int MDNotificationAction::retrieveAllContactNameList(ThreadContext& ctx, jobject
                                                      int& sqlCode) {
   names = nullptr;
   count = 0;
-  HandedOut contacts;
-  if (const int rc = retrieveContactNameList(ctx, context, contacts.names, contacts.count, sqlCode); rc != 0) return rc;
-  HandedOut groups;
-  if (const int rc = retrieveContactGroupNameList(ctx, context, groups.names, groups.count, sqlCode); rc != 0)
+  OwnedList<char> contacts;
+  if (const int rc = retrieveContactNameList(ctx, context, contacts.items, contacts.count, sqlCode); rc != 0) return rc;
+  OwnedList<char> groups;
+  if (const int rc = retrieveContactGroupNameList(ctx, context, groups.items, groups.count, sqlCode); rc != 0)
     return rc;
 
   DistinctNames all;
-  std::for_each_n(contacts.names, contacts.count, [&](const char* name) {
+  for (const char* const name : contacts) {
     if (name != nullptr) all.add(name);
-  });
-  std::for_each_n(groups.names, groups.count, [&](const char* group) {
+  }
+  for (const char* const group : groups) {
     if (group != nullptr) addMembers(group, all);
-  });
+  }
   all.handOut(names, count);
   return 0;
 }

@@ -8,7 +8,18 @@
 
 namespace mesk {
 
+class MDFollowOnAction;
+class MDGroup;
+class MDNotificationAction;
 class MDScheduleEvent;
+class MDSharedNamedSchedule;
+class MDUser;
+
+/// One rule of when a run succeeded: its return code stands to `code` as `condition` says.
+struct tSuccessRelation {
+  int code;
+  char condition;  ///< the first character of the store's text: '=', '<', '>' or '!'
+};
 
 /// Wraps the store's MDTask. Setters change the Java object; `insert` and `update` bring it into the store.
 class MESK_API MDTask : public MDObject {
@@ -168,13 +179,65 @@ class MESK_API MDTask : public MDObject {
   /// Takes the latch of the queue: not for a caller that holds it.
   int updateTaskNextStart(ThreadContext& ctx, jobject context);
 
-  // The task's own schedule rules. A dead event reaches Java as null.
+  // What belongs to the task. Of rules and shared schedules a dead one reaches Java as null; with a dead action the
+  // answer is -300 and Java is not called.
   int addScheduleEvent(ThreadContext& ctx, jobject context, MDScheduleEvent& event, int& sqlCode);
   int removeScheduleEvent(ThreadContext& ctx, jobject context, MDScheduleEvent& event, int& sqlCode);
+  MESK_LOCAL int addSharedNamedSchedule(ThreadContext& ctx, jobject context, MDSharedNamedSchedule& schedule,
+                                        int& sqlCode);
+  MESK_LOCAL int removeSharedNamedSchedule(ThreadContext& ctx, jobject context, MDSharedNamedSchedule& schedule,
+                                           int& sqlCode);
+  int addFollowOnAction(ThreadContext& ctx, jobject context, MDFollowOnAction& action, int& sqlCode);
+  int removeFollowOnAction(ThreadContext& ctx, jobject context, MDFollowOnAction& action, int& sqlCode);
+  int addNotificationAction(ThreadContext& ctx, jobject context, MDNotificationAction& action, int& sqlCode);
+  int removeNotificationAction(ThreadContext& ctx, jobject context, MDNotificationAction& action, int& sqlCode);
 
-  /// Code 30014 of the store is an empty list.
+  // Its lists. Code 30014 of the store is an empty one.
   int retrieveScheduleEventList(ThreadContext& ctx, jobject context, MDScheduleEvent**& events, int& count,
                                 int& sqlCode);
+  int retrieveSharedNamedScheduleList(ThreadContext& ctx, jobject context, MDSharedNamedSchedule**& schedules,
+                                      int& count, int& sqlCode);
+  int retrieveFollowOnActionList(ThreadContext& ctx, jobject context, MDFollowOnAction**& actions, int& count,
+                                 int& sqlCode);
+  int retrieveNotificationActionList(ThreadContext& ctx, jobject context, MDNotificationAction**& actions, int& count,
+                                     int& sqlCode);
+  int retrieveTaskGroupMemberList(ThreadContext& ctx, jobject context, MDTask**& members, int& count, int& sqlCode);
+  int retrievePredecessorTaskWithExecActionList(ThreadContext& ctx, jobject context, MDTask**& predecessors, int& count,
+                                                int& sqlCode);
+
+  /// Every rule that applies to the task: its own, with -1 in `scheduleIDs`, then those of its shared schedules, each
+  /// with the key of its schedule. Both arrays have `count` elements. `count` is what the schedules said that they
+  /// have: when somebody takes rules away meanwhile, the last events are null and their IDs -1.
+  /// Both arrays null and `count` 0: no rules, any failure, and out of memory. Traced, with the count.
+  int retrieveAllScheduleEventList(ThreadContext& ctx, jobject context, MDScheduleEvent**& events,
+                                   long long*& scheduleIDs, int& count, int& sqlCode);
+
+  /// The distinct rules of all success code sets of the task, as one array; null and 0 when there are none, on any
+  /// failure and out of memory. A set that cannot be read is left out.
+  int retrieveAllCodeCondition(ThreadContext& ctx, jobject context, tSuccessRelation*& relations, int& count,
+                               int& sqlCode);
+
+  // Rights: a question answers 1 exactly when the store says yes. A dead principal gives -300.
+  /// By name. Nothing tells a no from a failure.
+  int getExecutePermission(ThreadContext& ctx, jobject context, const char* userName);
+  MESK_LOCAL int getReadPermission(ThreadContext& ctx, jobject context, MDUser& user, int& rc, int& sqlCode);
+  MESK_LOCAL int getReadPermission(ThreadContext& ctx, jobject context, MDGroup& group, int& rc, int& sqlCode);
+  MESK_LOCAL int getUpdatePermission(ThreadContext& ctx, jobject context, MDUser& user, int& rc, int& sqlCode);
+  MESK_LOCAL int getUpdatePermission(ThreadContext& ctx, jobject context, MDGroup& group, int& rc, int& sqlCode);
+  int getExecutePermission(ThreadContext& ctx, jobject context, MDUser& user, int& rc, int& sqlCode);
+  MESK_LOCAL int getExecutePermission(ThreadContext& ctx, jobject context, MDGroup& group, int& rc, int& sqlCode);
+  int setReadPermission(ThreadContext& ctx, jobject context, MDUser& user, int allowed, int& sqlCode);
+  int setReadPermission(ThreadContext& ctx, jobject context, MDGroup& group, int allowed, int& sqlCode);
+  int setUpdatePermission(ThreadContext& ctx, jobject context, MDUser& user, int allowed, int& sqlCode);
+  int setUpdatePermission(ThreadContext& ctx, jobject context, MDGroup& group, int allowed, int& sqlCode);
+  int setExecutePermission(ThreadContext& ctx, jobject context, MDUser& user, int allowed, int& sqlCode);
+  int setExecutePermission(ThreadContext& ctx, jobject context, MDGroup& group, int allowed, int& sqlCode);
+
+  /// Who holds a kind of right, a code of the store. Its code 30013 is an empty list; 30014 is not.
+  int getUsersWithPermission(ThreadContext& ctx, jobject context, int permission, MDUser**& users, int& count,
+                             int& sqlCode);
+  int getGroupsWithPermission(ThreadContext& ctx, jobject context, int permission, MDGroup**& groups, int& count,
+                              int& sqlCode);
 
   /// One latch for all tasks, for whoever changes counts and states; no operation of this class takes it. Not
   /// recursive. The character is ignored. The first use makes the latch and must come before concurrent ones.
