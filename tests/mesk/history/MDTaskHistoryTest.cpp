@@ -2,27 +2,22 @@
 #include <mesk/history/MDTaskHistory.h>
 #include <mesk/history/MDTaskResult.h>
 #include <mesk/history/MDTaskSnapshot.h>
-#include <mesk/session/MDGroup.h>
-#include <mesk/session/MDUser.h>
-#include <mesk/support/WrapperTest.h>
+#include <mesk/support/GuardedTest.h>
 #include <mesk/tasks/MDTask.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
 
 namespace mesk::test {
 namespace {
 
-const char* const kUser = "Lcom/orvik/kelvo/mesk/metadata/MDUser;";
-const char* const kGroup = "Lcom/orvik/kelvo/mesk/metadata/MDGroup;";
 const std::string kResult = "Lcom/orvik/kelvo/mesk/metadata/MDTaskResult;";
 const std::string kSnapshot = "Lcom/orvik/kelvo/mesk/metadata/MDTaskSnapshot;";
 const char* const kCollection = "Ljava/util/Collection;";
 
-class MDTaskHistoryTest : public WrapperTest<MDTaskHistory> {
+class MDTaskHistoryTest : public GuardedTest<MDTaskHistory> {
  protected:
-  MDTaskHistoryTest() : WrapperTest("MDTaskHistory") {}
+  MDTaskHistoryTest() : GuardedTest("MDTaskHistory") {}
   ~MDTaskHistoryTest() override { MDTaskHistory::freeLock(); }
 
   jobject newResult(int bytes, int rows) {
@@ -152,85 +147,7 @@ TEST_F(MDTaskHistoryTest, StoreOperationsReportAndLog) {
   EXPECT_EQ(live.getReferenceID(ctx, context, rc, sqlCode), 0x123456789ALL);
 }
 
-/// The questions and changes of one right.
-struct Right {
-  const char* name;
-  int (MDTaskHistory::*askUser)(ThreadContext&, jobject, MDUser&, int&, int&);
-  int (MDTaskHistory::*askGroup)(ThreadContext&, jobject, MDGroup&, int&, int&);
-  int (MDTaskHistory::*changeUser)(ThreadContext&, jobject, MDUser&, int, int&);
-  int (MDTaskHistory::*changeGroup)(ThreadContext&, jobject, MDGroup&, int, int&);
-};
-
-const Right kRights[] = {
-    {"Read", &MDTaskHistory::getReadPermission, &MDTaskHistory::getReadPermission, &MDTaskHistory::setReadPermission,
-     &MDTaskHistory::setReadPermission},
-    {"Update", &MDTaskHistory::getUpdatePermission, &MDTaskHistory::getUpdatePermission,
-     &MDTaskHistory::setUpdatePermission, &MDTaskHistory::setUpdatePermission},
-    {"Execute", &MDTaskHistory::getExecutePermission, &MDTaskHistory::getExecutePermission,
-     &MDTaskHistory::setExecutePermission, &MDTaskHistory::setExecutePermission},
-};
-
-TEST_F(MDTaskHistoryTest, RightsAreAskedAndChangedForUsersAndGroups) {
-  MDUser user(ctx, "joe");
-  MDGroup group(ctx, "ops");
-  for (const Right& right : kRights) {
-    const std::string get = std::string("get") + right.name + "Permission";
-    const std::string set = std::string("set") + right.name + "Permission";
-    const auto check = [&](const auto& ask, const auto& change, auto& principal, const std::string& type,
-                           const std::string& shown) {
-      const std::string asked = get + "(context, " + shown + ", exception)";
-      checkOperation({get.c_str(), storeMethod(type, "Z"), asked.c_str(),
-                      byOutputs([&](MDTaskHistory& target, int& rc, int& sqlCode) {
-                        EXPECT_EQ(std::invoke(ask, target, ctx, context, principal, rc, sqlCode), 0);
-                      })});
-      for (const int allowed : {0, 1, 0x101, 0x100}) {
-        const std::string changed =
-            set + "(context, " + shown + (allowed % 256 == 1 ? ", true" : ", false") + ", exception)";
-        checkOperation({set.c_str(), storeMethod(type + "Z", "V"), changed.c_str(),
-                        byResult([&](MDTaskHistory& target, int& sqlCode) {
-                          return std::invoke(change, target, ctx, context, principal, allowed, sqlCode);
-                        })});
-      }
-    };
-    check(right.askUser, right.changeUser, user, kUser, "MDUser:JOE");
-    check(right.askGroup, right.changeGroup, group, kGroup, "MDGroup:OPS");
-  }
-}
-
-TEST_F(MDTaskHistoryTest, ARightIsHeldExactlyWhenTheStoreSaysYesAndNothingFailed) {
-  MDUser user(ctx, "joe");
-  MDGroup group(ctx, "ops");
-  for (const Right& right : kRights) {
-    SCOPED_TRACE(right.name);
-    const std::string get = std::string("MDTaskHistory.get") + right.name + "Permission";
-    int rc = 77, sqlCode = 77;
-    script.on(get.c_str()).returnsBoolean(true);
-    EXPECT_EQ(std::invoke(right.askUser, live, ctx, context, user, rc, sqlCode), 1);
-    EXPECT_EQ(rc, 0);
-    EXPECT_EQ(std::invoke(right.askGroup, live, ctx, context, group, rc, sqlCode), 1);
-    script.reset();
-    script.on(get.c_str()).code(4711, -803).returnsBoolean(true);
-    EXPECT_EQ(std::invoke(right.askUser, live, ctx, context, user, rc, sqlCode), 0);
-    EXPECT_EQ(rc, 4711);
-    EXPECT_EQ(sqlCode, -803);
-  }
-}
-
-TEST_F(MDTaskHistoryTest, ADeadUserOrGroupIsNotAskedAbout) {
-  MDUser user(ctx, static_cast<jobject>(nullptr));
-  MDGroup group(ctx, static_cast<jobject>(nullptr));
-  for (const Right& right : kRights) {
-    int rc = 77, sqlCode = 77;
-    EXPECT_EQ(std::invoke(right.askUser, live, ctx, context, user, rc, sqlCode), 0);
-    EXPECT_EQ(rc, -300);
-    EXPECT_EQ(sqlCode, 0);
-    EXPECT_EQ(std::invoke(right.askGroup, live, ctx, context, group, rc, sqlCode), 0);
-    EXPECT_EQ(rc, -300);
-    EXPECT_EQ(std::invoke(right.changeUser, live, ctx, context, user, 1, sqlCode), -300);
-    EXPECT_EQ(std::invoke(right.changeGroup, live, ctx, context, group, 1, sqlCode), -300);
-  }
-  EXPECT_EQ(script.calls(), Strings{});
-}
+TEST_F(MDTaskHistoryTest, RightsAreAskedAndChangedForUsersAndGroups) { checkRights(); }
 
 TEST_F(MDTaskHistoryTest, ResultsAndSnapshotsAreAddedAndRemoved) {
   MDTaskResult result(ctx, newResult(1, 2));
