@@ -30,16 +30,7 @@ std::string resultText(int status, int returnCode) {
                                                        : statusText(status);
 }
 
-const char* causeText(int invocationMethod) {
-  switch (invocationMethod) {
-    case 0:
-      return "run now";
-    case 1:
-      return "schedule";
-    default:
-      return "again";
-  }
-}
+const char* causeText(int invocationMethod) { return textOf(static_cast<InvocationMethod>(invocationMethod)); }
 
 std::string kindText(const Execution& execution) {
   if (execution.run != -1) return execution.queued ? "retry" : "running";
@@ -149,9 +140,10 @@ int queueCommand(const Invocation& invocation) {
     for (const StoredRule& rule : store.definitions().rules(*task)) rules[rule.id] = wordsOf(rule.rule);
   }
   const auto causeOf = [&rules](const Execution& execution) -> std::string {
-    if (execution.runNow) return "run now";
+    if (execution.runNow) return textOf(kInvokedNow);
+    if (execution.followOn) return textOf(kInvokedByFollowOn);
     const auto rule = rules.find(execution.ruleID);
-    return rule == rules.end() ? "again" : rule->second;
+    return rule == rules.end() ? textOf(kInvokedAgain) : rule->second;
   };
   const auto queue = store.definitions().executions();
   if (invocation.json) {

@@ -16,13 +16,11 @@
 #include <mesk/values/SQLTime.h>
 #include <platform/Clock.h>
 #include <scheduler/Notice.h>
-#include <scheduler/Scheduler.h>
 #include <scheduler/ShellWords.h>
 
 namespace mesk::host {
 namespace {
 
-constexpr int kTaskTypeScript = 1;
 constexpr int kSuffix = 0;
 constexpr long long kNone = -1;
 constexpr int kRunningState = 2;
@@ -210,6 +208,7 @@ std::vector<Execution> Definitions::executions() {
     execution.run = record->getTaskHistoryID(ctx_);
     execution.queued = record->isQueued(ctx_) != 0;
     execution.runNow = record->isRunNowTask(ctx_) != 0;
+    execution.followOn = record->getStartedByRunNow(ctx_) == kByFollowOn;
     execution.start =
         session_.millis(execution.queued ? record->getNextStartDateTime(ctx_) : record->getStartTime(ctx_));
     execution.instant = session_.millis(record->getOriginalScheduleTime(ctx_));
@@ -277,7 +276,7 @@ Applied Definitions::create(const TaskDefinition& wanted, std::vector<Execution>
   session_.check(rc, sqlCode, "taking a key for a task");
   task.setTaskID(ctx_, id);
   task.setSuffix(ctx_, kSuffix);
-  task.setTaskType(ctx_, kTaskTypeScript);
+  task.setTaskType(ctx_, kScriptTask);
   fill(task, wanted);
   // One of that name that was not there a moment ago is a change by somebody else, as any other.
   const int code = task.insert(ctx_, session_.context(), sqlCode);
@@ -340,6 +339,8 @@ void Definitions::fill(MDTask& task, const TaskDefinition& definition) {
   task.setRetryCount(ctx_, definition.retryCount);
   task.setRetryInterval(ctx_, definition.retryIntervalSeconds);
   task.setScheduleEnable(ctx_, definition.enabled ? 1 : 0);
+  task.setFollowOnTaskEnable(ctx_, 1);
+  task.setNotificationEnable(ctx_, 1);
   auto now = session_.timestamp(clockMillis());
   task.setModified(ctx_, &now);
   task.setModifier(ctx_, session_.user().c_str());
@@ -400,7 +401,7 @@ int Definitions::plan(MDTask& task, std::vector<Execution>& queue) {
   for (const StoredRule& rule : rules(task)) {
     if (std::any_of(queue.begin(), queue.end(), [&rule](const Execution& e) { return represents(e, rule); })) continue;
     if (const auto first = firstInstant(*rule.record, rule.rule)) {
-      queue.push_back(enqueue(task, rule.id, *first, {}));
+      queue.push_back(enqueue(task, kByNobody, rule.id, *first, {}));
       ++planned;
     }
   }
@@ -417,7 +418,10 @@ void Definitions::clearSchedule(MDTask& task, std::vector<Execution>& queue) {
   });
 }
 
-Execution Definitions::enqueue(MDTask& task, long long ruleID, std::int64_t start, const std::string& arguments) {
+Execution Definitions::follow(MDTask& task, std::int64_t start) { return enqueue(task, kByFollowOn, kNone, start, {}); }
+
+Execution Definitions::enqueue(MDTask& task, StartedBy by, long long ruleID, std::int64_t start,
+                               const std::string& arguments) {
   int rc = 0;
   int sqlCode = 0;
   Execution execution;
@@ -429,7 +433,8 @@ Execution Definitions::enqueue(MDTask& task, long long ruleID, std::int64_t star
   execution.taskID = task.getTaskID(ctx_);
   execution.suffix = task.getSuffix(ctx_);
   execution.ruleID = ruleID;
-  execution.runNow = ruleID == kNone;
+  execution.runNow = by == kByRequest;
+  execution.followOn = by == kByFollowOn;
   execution.start = start;
   record.setTaskExecID(ctx_, execution.id);
   record.setTaskID(ctx_, execution.taskID);
@@ -438,12 +443,14 @@ Execution Definitions::enqueue(MDTask& task, long long ruleID, std::int64_t star
   record.setScheduleEventID(ctx_, ruleID);
   record.setTaskHistoryID(ctx_, kNone);
   record.setStatus(ctx_, kExecQueued);
-  record.setStartedByRunNow(ctx_, execution.runNow ? 1 : 0);
+  record.setStartedByRunNow(ctx_, by);
+  record.setUseNotification(ctx_, 1);
+  record.setUseTaskActions(ctx_, 1);
   record.setAdditionalParameters(ctx_, arguments.c_str());
   record.setUserID(ctx_, text(task.getUserID(ctx_)).c_str());
   auto stamp = session_.timestamp(start);
   record.setNextStartDateTime(ctx_, &stamp);
-  if (!execution.runNow) {
+  if (ruleID != kNone) {
     record.setOriginalScheduleTime(ctx_, &stamp);
     execution.instant = start;
   }
@@ -530,7 +537,7 @@ long long Definitions::runNow(const std::string& name, const std::vector<std::st
   session_.transact([&] {
     const Owned task = find(name);
     auto queue = executions();
-    queue.push_back(enqueue(*task, kNone, clockMillis(), shellLine(arguments)));
+    queue.push_back(enqueue(*task, kByRequest, kNone, clockMillis(), shellLine(arguments)));
     id = queue.back().id;
     updateNextStart(*task, queue);
     update(*task);
@@ -569,7 +576,7 @@ std::vector<Upcoming> Definitions::upcoming(MDTask& task, std::size_t count) {
   std::vector<Upcoming> result;
   for (const Execution& execution : queue) {
     if (isPending(execution)) continue;
-    std::string why = execution.runNow ? "run now" : "again";
+    std::string why = execution.runNow ? "run now" : execution.followOn ? "follow-on" : "again";
     if (execution.run != kNone) why = fmt::format("retry of run {}", execution.run);
     result.push_back({*execution.start, std::move(why), *execution.start <= now});
   }

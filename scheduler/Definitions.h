@@ -13,6 +13,7 @@
 #include <mesk/schedule/MDScheduleEvent.h>
 #include <mesk/tasks/MDTask.h>
 #include <mesk/values/SimpleDateFormat.h>
+#include <scheduler/RecordCodes.h>
 #include <scheduler/ScheduleRule.h>
 #include <scheduler/Session.h>
 #include <scheduler/TaskFile.h>
@@ -47,6 +48,7 @@ struct Execution {
   long long run = -1;                   ///< -1: it has not begun
   bool queued = true;                   ///< else it is running
   bool runNow = false;                  ///< somebody asked for it
+  bool followOn = false;                ///< the end of another task's run asked for it
   std::optional<std::int64_t> start;    ///< when it starts or started
   std::optional<std::int64_t> instant;  ///< the instant of its rule
 };
@@ -98,6 +100,10 @@ class Definitions {
   /// Queues a run for now and answers the key of its execution. No arguments: those of the task.
   long long runNow(const std::string& name, const std::vector<std::string>& arguments);
 
+  /// Queues a run of the task for `start` because a run of another one has ended. In the caller's unit of work, which
+  /// the caller commits.
+  Execution follow(MDTask& task, std::int64_t start);
+
   /// The next starts of a task, at most `count`, in order: what is in the queue, and what the rules bring after
   /// that if no run is in the way of the next.
   std::vector<Upcoming> upcoming(MDTask& task, std::size_t count);
@@ -115,7 +121,7 @@ class Definitions {
   int plan(MDTask& task, std::vector<Execution>& queue);
   void clearSchedule(MDTask& task, std::vector<Execution>& queue);
   void updateNextStart(MDTask& task, const std::vector<Execution>& queue);
-  Execution enqueue(MDTask& task, long long ruleID, std::int64_t start, const std::string& arguments);
+  Execution enqueue(MDTask& task, StartedBy by, long long ruleID, std::int64_t start, const std::string& arguments);
   void settleRetry(Execution& execution);
   void update(MDTask& task);
 

@@ -63,26 +63,6 @@ RunOptions optionsOf(Session& session, const MDTask& task, std::string* error = 
 
 }  // namespace
 
-const char* textOf(RunningStatus status) {
-  switch (status) {
-    case kRunRunning:
-      return "running";
-    case kRunSucceeded:
-      return "succeeded";
-    case kRunFailed:
-      return "failed";
-    case kRunMissed:
-      return "missed";
-    case kRunInterrupted:
-      return "interrupted";
-    case kRunWaiting:
-      return "waiting to retry";
-    case kRunTimeUp:
-      return "timed out";
-  }
-  return "unknown";
-}
-
 template <class Work>
 void Scheduler::transact(Work work) {
   try {

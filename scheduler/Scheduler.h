@@ -22,30 +22,12 @@
 #include <mesk/schedule/MDScheduleEvent.h>
 #include <mesk/schedule/MDScheduleEventType.h>
 #include <mesk/tasks/MDTask.h>
+#include <scheduler/RecordCodes.h>
 #include <scheduler/RunLauncher.h>
 #include <scheduler/RunOptions.h>
 #include <scheduler/Session.h>
 
 namespace mesk::host {
-
-/// How a run stands, in its history record.
-enum RunningStatus : int {
-  kRunRunning = 1,
-  kRunSucceeded = 2,
-  kRunFailed = 3,
-  kRunMissed = 4,       ///< its instant passed and it was not started
-  kRunInterrupted = 5,  ///< scheduler and runner died while it ran
-  kRunWaiting = 6,      ///< failed, and will be tried again
-  kRunTimeUp = 7,       ///< ended because its time was up
-};
-
-const char* textOf(RunningStatus status);
-
-/// How an execution stands in the queue.
-enum ExecutionStatus : int { kExecQueued = 1, kExecRunning = 2 };
-
-/// Return codes of runs that never had one of a script; clear of those of `RunCode`.
-enum : int { kReturnMissed = -520, kReturnInterrupted = -521 };
 
 /// An instant this young is started late rather than recorded as missed by a task that skips missed ones.
 inline constexpr std::int64_t kMissedGraceMillis = 60'000;
