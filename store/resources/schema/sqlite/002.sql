@@ -42,17 +42,16 @@ CREATE TABLE success_code_set (
   success_code_set_id INTEGER NOT NULL PRIMARY KEY,
   version INTEGER NOT NULL
 );
--- condition: =, == (equal), ! (not equal), < or >, between the return code and this code.
+-- condition: = or == (equal), ! or != (not equal), < or >, between the return code and this code.
 CREATE TABLE code_condition (
   code_condition_id INTEGER NOT NULL PRIMARY KEY,
   success_code_set_id INTEGER,
-  position INTEGER NOT NULL,
   code INTEGER NOT NULL,
   condition TEXT NOT NULL,
   version INTEGER NOT NULL,
   FOREIGN KEY (success_code_set_id) REFERENCES success_code_set (success_code_set_id)
 );
-CREATE INDEX code_condition_by_set ON code_condition (success_code_set_id, position);
+CREATE INDEX code_condition_by_set ON code_condition (success_code_set_id);
 CREATE TABLE task_success_code_set (
   task_id INTEGER NOT NULL,
   suffix INTEGER NOT NULL,

@@ -2,9 +2,11 @@ package com.orvik.kelvo.mesk.admin;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.metadata.TaskRelations;
 import com.orvik.kelvo.mesk.store.Database;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Principals;
+import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
 import java.sql.SQLException;
@@ -116,6 +118,53 @@ public final class Administration {
             database.sql().first("SELECT scheduler FROM scheduler_mark", row -> row.getString(1)));
     }
 
+    // What hangs on a task and no record of the surface writes. The session's user needs the right to update the task.
+
+    /** Makes these tasks the steps of a group, in this order; none leaves it without. */
+    public static void setGroupMembers(Context context, long taskID, int suffix, long[] memberIDs,
+        int[] memberSuffixes, PARLException exception) {
+        changeTask(context, taskID, suffix, Rights.UPDATE, exception,
+            database -> TaskRelations.setMembers(database, taskID, suffix, memberIDs, memberSuffixes));
+    }
+
+    /** Makes these conditions the task's success codes, see MDCodeCondition; none leaves it without. */
+    public static void setSuccessCodes(Context context, long taskID, int suffix, int[] codes, String[] conditions,
+        PARLException exception) {
+        changeTask(context, taskID, suffix, Rights.UPDATE, exception,
+            database -> TaskRelations.setSuccessCodes(database, taskID, suffix, codes, conditions));
+    }
+
+    /** Adds a rule behind the others of a shared schedule; EXISTS when the schedule has it. */
+    public static void addScheduleRule(Context context, long scheduleID, long scheduleEventID,
+        PARLException exception) {
+        change(context, exception,
+            database -> TaskRelations.addScheduleRule(database, scheduleID, scheduleEventID));
+    }
+
+    /** Takes a rule away from a shared schedule, with what it queued; NOT_FOUND when the schedule does not have it. */
+    public static void removeScheduleRule(Context context, long scheduleID, long scheduleEventID,
+        PARLException exception) {
+        change(context, exception,
+            database -> TaskRelations.removeScheduleRule(database, scheduleID, scheduleEventID));
+    }
+
+    /**
+     * Records that a follow-on action of a run acted on a task and queued this execution, -1 for none. A second time
+     * answers EXISTS: an action acts once on each task for each run. Needs the right to execute the task that ran.
+     */
+    public static void recordFollowOn(Context context, long taskHistoryID, long followOnActionID, long taskID,
+        int suffix, long taskExecID, PARLException exception) {
+        Operation.write(context, exception, database -> {
+            long[] ran = database.sql().first("SELECT task_id, suffix FROM task_history WHERE task_history_id = ?",
+                row -> new long[] {row.getLong(1), row.getLong(2)}, taskHistoryID);
+            if (ran == null) {
+                throw new StoreException(StoreCodes.NOT_FOUND, "there is no run " + taskHistoryID);
+            }
+            requireRight(database, context, ran[0], (int) ran[1], Rights.EXECUTE);
+            TaskRelations.recordFollowOn(database, taskHistoryID, followOnActionID, taskID, suffix, taskExecID);
+        });
+    }
+
     private static ArrayList<String> names(Context context, PARLException exception, String query,
         Object... parameters) {
         return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
@@ -129,6 +178,22 @@ public final class Administration {
             requireFor(database, context, false);
             action.run(database);
         });
+    }
+
+    private static void changeTask(Context context, long taskID, int suffix, int right, PARLException exception,
+        Operation.Action action) {
+        Operation.write(context, exception, database -> {
+            requireRight(database, context, taskID, suffix, right);
+            action.run(database);
+        });
+    }
+
+    private static void requireRight(Database database, Context context, long taskID, int suffix, int right)
+        throws SQLException, StoreException {
+        if (!Rights.userHas(database, new Rights.Subject(Rights.TASK, taskID, suffix), context.getUser(), right)) {
+            throw new StoreException(StoreCodes.NOT_AUTHORISED, context.getUser() + " may not "
+                + (right == Rights.EXECUTE ? "execute" : "update") + " the task " + taskID);
+        }
     }
 
     private static void requireFor(Database database, Context context, boolean superuser)

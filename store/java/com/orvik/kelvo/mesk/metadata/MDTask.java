@@ -10,6 +10,7 @@ import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.Secret;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
+import com.orvik.kelvo.mesk.store.Stored;
 import com.orvik.kelvo.mesk.store.Table;
 import java.sql.Blob;
 import java.sql.Clob;
@@ -18,6 +19,7 @@ import java.sql.Timestamp;
 import java.util.ArrayList;
 import java.util.Collection;
 import java.util.List;
+import java.util.function.Supplier;
 
 /**
  * A task: what runs, how, and where it stands. Its key is the task ID with the suffix; its name is unique for a suffix.
@@ -165,8 +167,9 @@ public final class MDTask extends GuardedRecord {
     }
 
     /**
-     * A task with a run in progress stays: IN_USE. With the task go its own rules, its queued executions and the rights
-     * on it; its histories stay until they are pruned.
+     * A task stays while a run of it is in progress, while it is a step of a group, and while a follow-on action of
+     * another task acts on it: IN_USE. With the task go its own rules, actions, steps' list, success codes, statistics,
+     * its queued executions and the rights on it. Shared schedules stay, and its histories until they are pruned.
      */
     @Override
     public void deleting(Database database) throws SQLException, StoreException {
@@ -187,20 +190,105 @@ public final class MDTask extends GuardedRecord {
 
     /** Adds a rule, which is in the store, behind the task's others; EXISTS when the task has it. */
     public void addScheduleEvent(Context context, MDScheduleEvent event, PARLException exception) {
-        Operation.write(context, exception,
-            database -> TaskRelations.addRule(database, taskID, suffix, required(event).getScheduleEventID()));
+        Operation.write(context, exception, database -> TaskRelations.RULES.add(database, key(),
+            Relation.key(TaskRelations.required(event).getScheduleEventID())));
     }
 
     /** Takes a rule away from the task, with the queued executions that the rule made. The rule itself stays. */
     public void removeScheduleEvent(Context context, MDScheduleEvent event, PARLException exception) {
-        Operation.write(context, exception,
-            database -> TaskRelations.removeRule(database, taskID, suffix, required(event).getScheduleEventID()));
+        Operation.write(context, exception, database -> TaskRelations.removeRule(database, taskID, suffix,
+            TaskRelations.required(event).getScheduleEventID()));
     }
 
     /** The task's own rules in the order in which they were added; 30014 when it has none. */
     public Collection<?> retrieveScheduleEventList(Context context, PARLException exception) {
+        return relation(context, exception, TaskRelations.RULES, MDScheduleEvent::new);
+    }
+
+    /** Makes the task use a shared schedule, which is in the store; EXISTS when it does. */
+    public void addSharedNamedSchedule(Context context, MDSharedNamedSchedule schedule, PARLException exception) {
+        Operation.write(context, exception, database -> TaskRelations.SCHEDULES.add(database, key(),
+            Relation.key(TaskRelations.required(schedule).getScheduleID())));
+    }
+
+    /** The task no longer uses a shared schedule; what its rules queued for the task goes. The schedule stays. */
+    public void removeSharedNamedSchedule(Context context, MDSharedNamedSchedule schedule, PARLException exception) {
+        Operation.write(context, exception, database -> TaskRelations.removeSchedule(database, taskID, suffix,
+            TaskRelations.required(schedule).getScheduleID()));
+    }
+
+    /** The shared schedules that the task uses, in the order in which they were added; 30014 when it uses none. */
+    public Collection<?> retrieveSharedNamedScheduleList(Context context, PARLException exception) {
+        return relation(context, exception, TaskRelations.SCHEDULES, MDSharedNamedSchedule::new);
+    }
+
+    /**
+     * Makes an action the task's, behind its others; one that is not in the store yet is inserted. EXISTS when the
+     * action belongs to a task, this one included.
+     */
+    public void addFollowOnAction(Context context, MDFollowOnAction action, PARLException exception) {
+        add(context, action, exception);
+    }
+
+    /** Takes an action away from the task; it stays in the store and belongs to none. */
+    public void removeFollowOnAction(Context context, MDFollowOnAction action, PARLException exception) {
+        remove(context, action, exception);
+    }
+
+    /** The task's follow-on actions in the order in which they were added; 30014 when it has none. */
+    public Collection<?> retrieveFollowOnActionList(Context context, PARLException exception) {
         return Operation.readList(context, exception, StoreCodes.NO_RELATION,
-            database -> TaskRelations.rules(database, taskID, suffix));
+            database -> TaskRelations.followOns(database, taskID, suffix));
+    }
+
+    /** The tasks that have a follow-on action which runs this one, by key; 30014 when there are none. */
+    public Collection<?> retrievePredecessorTaskWithExecActionList(Context context, PARLException exception) {
+        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
+            database -> TaskRelations.predecessors(database, taskID, suffix));
+    }
+
+    /** The steps of the task, which is a group, in their order; 30014 when it has none. */
+    public Collection<?> retrieveTaskGroupMemberList(Context context, PARLException exception) {
+        return relation(context, exception, TaskRelations.MEMBERS, MDTask::new);
+    }
+
+    /** Adds a set of success codes, which is in the store, to the task's; EXISTS when the task has it. */
+    public void addSuccessCodeSet(Context context, MDSuccessCodeSet set, PARLException exception) {
+        Operation.write(context, exception, database -> TaskRelations.CODE_SETS.add(database, key(),
+            Relation.key(TaskRelations.required(set).getSuccessCodeSetID())));
+    }
+
+    /** Takes a set of success codes away from the task; the set stays. */
+    public void removeSuccessCodeSet(Context context, MDSuccessCodeSet set, PARLException exception) {
+        Operation.write(context, exception, database -> TaskRelations.CODE_SETS.remove(database, key(),
+            Relation.key(TaskRelations.required(set).getSuccessCodeSetID())));
+    }
+
+    /** The task's sets of success codes in the order in which they were added; 30014 when it has none. */
+    public Collection<?> retrieveSuccessCodeSetList(Context context, PARLException exception) {
+        return relation(context, exception, TaskRelations.CODE_SETS, MDSuccessCodeSet::new);
+    }
+
+    private Object[] key() {
+        return Relation.key(taskID, suffix);
+    }
+
+    private <T extends Stored> Collection<?> relation(Context context, PARLException exception, Relation relation,
+        Supplier<T> maker) {
+        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
+            database -> relation.list(database, maker, key()));
+    }
+
+    private void add(Context context, TaskAction action, PARLException exception) {
+        Operation.write(context, exception, database -> {
+            Relation.TASK.require(database, key());
+            TaskRelations.required(action).addTo(database, taskID, suffix);
+        });
+    }
+
+    private void remove(Context context, TaskAction action, PARLException exception) {
+        Operation.write(context, exception,
+            database -> TaskRelations.required(action).removeFrom(database, taskID, suffix));
     }
 
     /** The users that were given a right (0 read, 1 update, 2 execute) on the task; 30013 when there are none. */
@@ -238,13 +326,6 @@ public final class MDTask extends GuardedRecord {
             }
         }
         return formatted.length() == 0 ? null : formatted.toString();
-    }
-
-    private static MDScheduleEvent required(MDScheduleEvent event) throws StoreException {
-        if (event == null) {
-            throw new StoreException(StoreCodes.INVALID, "no schedule rule was given");
-        }
-        return event;
     }
 
     public long getTaskID() {

@@ -130,7 +130,7 @@ public final class MDTaskHistory extends GuardedRecord {
     /** With a history go its results and the rights on it; its snapshot stays while another history has it. */
     @Override
     public void deleting(Database database) throws SQLException, StoreException {
-        Snapshots.forgetResults(database, taskHistoryID);
+        Snapshots.forgetDetails(database, taskHistoryID);
         super.deleting(database);
     }
 

@@ -9,6 +9,7 @@ import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
 import java.sql.SQLException;
 import java.sql.Timestamp;
+import java.util.LinkedHashSet;
 import java.util.List;
 
 /**
@@ -52,11 +53,12 @@ final class Snapshots {
             + " WHERE task_id = ? AND suffix = ? AND latest_snapshot <> 0", taskID, suffix);
     }
 
-    /** Before a history goes: the rights on its results, and the results. */
-    static void forgetResults(Database database, long historyID) throws SQLException {
+    /** Before a history goes: the rights on its results, the results, and what its follow-on actions did. */
+    static void forgetDetails(Database database, long historyID) throws SQLException {
         database.sql().update("DELETE FROM permission WHERE object_kind = " + Rights.RESULT + " AND object_id IN"
             + " (SELECT task_result_id FROM task_result WHERE task_history_id = ?)", historyID);
         database.sql().update("DELETE FROM task_result WHERE task_history_id = ?", historyID);
+        database.sql().update("DELETE FROM follow_on_fired WHERE task_history_id = ?", historyID);
     }
 
     /** As {@link #prune}, for each task that has a history of that age. */
@@ -83,6 +85,7 @@ final class Snapshots {
         sql.update("DELETE FROM permission WHERE object_kind = " + Rights.HISTORY + " AND object_id IN (" + old + ")",
             taskID, suffix, before);
         sql.update("DELETE FROM task_result WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
+        sql.update("DELETE FROM follow_on_fired WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
         sql.update("DELETE FROM run_claim WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
         sql.update("DELETE FROM task_history WHERE task_history_id IN (" + old + ")", taskID, suffix, before);
         sql.update("DELETE FROM run_claim WHERE task_id = ? AND suffix = ? AND instant_ms < ?"
@@ -114,17 +117,54 @@ final class Snapshots {
         snapshot.setFollowOnTaskEnable(task.getFollowOnTaskEnable());
         snapshot.setExecutionUserID(history.getUserID());
         snapshot.setParameters(task.getDefaultParameters());
-        snapshot.setScheduleIDs(scheduleIDs(database, task));
+        snapshot.setScheduleIDs(scheduleIDs(database, task.getTaskID(), task.getSuffix()));
+        snapshot.setFollowOnTaskIDs(followOnTaskIDs(database, task.getTaskID(), task.getSuffix()));
+        snapshot.setNotificationIDs(notificationIDs(database, task.getTaskID(), task.getSuffix()));
+        if (snapshot.getNotificationIDs() != null) {
+            snapshot.setContactNames(contactNames(database, task.getTaskID(), task.getSuffix()));
+        }
         snapshot.setInvocationType(history.getInvocationMethod());
         return snapshot;
     }
 
-    private static String scheduleIDs(Database database, MDTask task) throws SQLException {
-        StringBuilder list = new StringBuilder();
-        for (MDScheduleEvent rule : TaskRelations.rules(database, task.getTaskID(), task.getSuffix())) {
-            list.append(list.length() == 0 ? "" : ",").append(rule.getScheduleEventID());
-        }
-        return list.length() == 0 ? null : list.toString();
+    /** The rules that apply to the task: its own, then those of the shared schedules that it uses. */
+    private static String scheduleIDs(Database database, long taskID, int suffix) throws SQLException {
+        return texts(database, ",", "SELECT schedule_event_id FROM (SELECT 0 AS schedule, position AS place,"
+            + " schedule_event_id FROM task_schedule_event WHERE task_id = ? AND suffix = ? UNION ALL"
+            + " SELECT u.position, r.position, r.schedule_event_id FROM task_shared_schedule u JOIN"
+            + " shared_schedule_event r ON r.shared_named_schedule_id = u.shared_named_schedule_id"
+            + " WHERE u.task_id = ? AND u.suffix = ?) rules ORDER BY schedule, place", taskID, suffix, taskID, suffix);
+    }
+
+    /** The tasks that the task's follow-on actions act on; behind a point the suffix of those that have one. */
+    private static String followOnTaskIDs(Database database, long taskID, int suffix) throws SQLException {
+        return texts(database, ",", "SELECT CASE f.suffix WHEN 0 THEN CAST(f.task_id AS TEXT)"
+            + " ELSE CAST(f.task_id AS TEXT) || '.' || CAST(f.suffix AS TEXT) END FROM follow_on_action a"
+            + " JOIN follow_on_task f ON f.follow_on_action_id = a.follow_on_action_id"
+            + " WHERE a.parent_task_id = ? AND a.parent_suffix = ? ORDER BY a.position, f.position", taskID, suffix);
+    }
+
+    private static String notificationIDs(Database database, long taskID, int suffix) throws SQLException {
+        return texts(database, ",", "SELECT notification_action_id FROM notification_action WHERE parent_task_id = ?"
+            + " AND parent_suffix = ? ORDER BY position", taskID, suffix);
+    }
+
+    /** The contacts that the task's notification actions tell, and their contact groups. */
+    private static String contactNames(Database database, long taskID, int suffix) throws SQLException {
+        return texts(database, ", ", "SELECT name FROM (SELECT a.position AS place, 0 AS kind, c.position AS within,"
+            + " c.contact_name AS name FROM notification_action a JOIN notification_contact c"
+            + " ON c.notification_action_id = a.notification_action_id WHERE a.parent_task_id = ?"
+            + " AND a.parent_suffix = ? UNION ALL SELECT a.position, 1, g.position, g.contact_group_name"
+            + " FROM notification_action a JOIN notification_contact_group g"
+            + " ON g.notification_action_id = a.notification_action_id WHERE a.parent_task_id = ?"
+            + " AND a.parent_suffix = ?) told ORDER BY place, kind, within", taskID, suffix, taskID, suffix);
+    }
+
+    /** The texts of a column, each once, in their order; null when there are none. */
+    private static String texts(Database database, String separator, String query, Object... parameters)
+        throws SQLException {
+        List<String> all = database.sql().list(query, row -> row.getString(1), parameters);
+        return all.isEmpty() ? null : String.join(separator, new LinkedHashSet<>(all));
     }
 
     /** Equal for equal definitions: each property stands with its length, so that none runs into the next. */
@@ -137,14 +177,23 @@ final class Snapshots {
             snapshot.getScheduleEnable(), snapshot.getNotificationEnable(), snapshot.getFollowOnTaskEnable(),
             snapshot.getExecutionUserID(), snapshot.getParameters(), snapshot.getScheduleIDs(),
             snapshot.getInvocationType()};
-        for (Object property : properties) {
-            String value = property == null ? "" : property.toString();
-            text.append(property == null ? -1 : value.length()).append(':').append(value);
+        append(text, properties);
+        // Only where there are any: a definition without has the digest that it had before these were kept.
+        Object[] related = {snapshot.getFollowOnTaskIDs(), snapshot.getNotificationIDs(), snapshot.getContactNames()};
+        if (related[0] != null || related[1] != null) {
+            append(text, related);
         }
         try {
             return MessageDigest.getInstance("SHA-256").digest(text.toString().getBytes(StandardCharsets.UTF_8));
         } catch (NoSuchAlgorithmException impossible) {
             throw new AssertionError(impossible);
+        }
+    }
+
+    private static void append(StringBuilder text, Object... properties) {
+        for (Object property : properties) {
+            String value = property == null ? "" : property.toString();
+            text.append(property == null ? -1 : value.length()).append(':').append(value);
         }
     }
 }

@@ -6,68 +6,259 @@ import com.orvik.kelvo.mesk.store.Sql;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
 import java.sql.SQLException;
+import java.util.ArrayList;
 import java.util.List;
 
-/** What hangs together with a task: its rules, and the queued executions of task and rule. */
-final class TaskRelations {
+/**
+ * What hangs together with a task: its rules and shared schedules, its actions, steps and success codes, and the queued
+ * executions of task and rule. A queued execution goes when its rule no longer applies to its task; a rule applies to
+ * the tasks that have it themselves and to those that use a shared schedule that has it.
+ */
+public final class TaskRelations {
+    static final Relation RULES = new Relation("task_schedule_event", Relation.TASK, Relation.RULE);
+    static final Relation SCHEDULES = new Relation("task_shared_schedule", Relation.TASK, Relation.SCHEDULE);
+    static final Relation SCHEDULE_RULES = new Relation("shared_schedule_event", Relation.SCHEDULE, Relation.RULE);
+    static final Relation MEMBERS = new Relation("task_group_member", Relation.TASK, Relation.TASK,
+        "member_task_id", "member_suffix");
+    static final Relation CODE_SETS = new Relation("task_success_code_set", Relation.TASK, Relation.CODE_SET);
+    static final Relation TARGETS = new Relation("follow_on_task", Relation.FOLLOW_ON, Relation.TASK);
+
     private static final String QUEUED = " status IN (0, 1)";
+    private static final String NO_LONGER_APPLIES = " AND NOT EXISTS (SELECT 1 FROM task_schedule_event r"
+        + " WHERE r.task_id = task_exec.task_id AND r.suffix = task_exec.suffix"
+        + " AND r.schedule_event_id = task_exec.schedule_event_id)"
+        + " AND NOT EXISTS (SELECT 1 FROM task_shared_schedule u JOIN shared_schedule_event r"
+        + " ON r.shared_named_schedule_id = u.shared_named_schedule_id WHERE u.task_id = task_exec.task_id"
+        + " AND u.suffix = task_exec.suffix AND r.schedule_event_id = task_exec.schedule_event_id)";
 
     private TaskRelations() {
     }
 
-    static void addRule(Database database, long taskID, int suffix, long eventID) throws SQLException, StoreException {
-        Sql sql = database.sql();
-        if (!sql.exists("SELECT 1 FROM task WHERE task_id = ? AND suffix = ?", taskID, suffix)) {
-            throw new StoreException(StoreCodes.NOT_FOUND, "the task is not in the store");
+    /** The key of a task that was handed in; INVALID for null. */
+    static Object[] keyOf(MDTask task) throws StoreException {
+        if (task == null) {
+            throw new StoreException(StoreCodes.INVALID, "no task was given");
         }
-        if (!sql.exists("SELECT 1 FROM schedule_event WHERE schedule_event_id = ?", eventID)) {
-            throw new StoreException(StoreCodes.NOT_FOUND, "the schedule rule is not in the store");
-        }
-        if (sql.exists("SELECT 1 FROM task_schedule_event WHERE task_id = ? AND suffix = ?"
-            + " AND schedule_event_id = ?", taskID, suffix, eventID)) {
-            throw new StoreException(StoreCodes.EXISTS, "the task has this schedule rule");
-        }
-        int position = sql.first("SELECT coalesce(max(position), 0) + 1 FROM task_schedule_event"
-            + " WHERE task_id = ? AND suffix = ?", row -> row.getInt(1), taskID, suffix);
-        sql.update("INSERT INTO task_schedule_event (task_id, suffix, schedule_event_id, position)"
-            + " VALUES (?, ?, ?, ?)", taskID, suffix, eventID, position);
+        return Relation.key(task.getTaskID(), task.getSuffix());
     }
+
+    /** The argument; INVALID for null. */
+    static <T> T required(T argument) throws StoreException {
+        if (argument == null) {
+            throw new StoreException(StoreCodes.INVALID, "no record was given");
+        }
+        return argument;
+    }
+
+    // Rules and shared schedules
 
     static void removeRule(Database database, long taskID, int suffix, long eventID)
         throws SQLException, StoreException {
-        int removed = database.sql().update("DELETE FROM task_schedule_event WHERE task_id = ? AND suffix = ?"
-            + " AND schedule_event_id = ?", taskID, suffix, eventID);
-        if (removed == 0) {
-            throw new StoreException(StoreCodes.NOT_FOUND, "the task does not have this schedule rule");
-        }
-        forgetQueued(database, "task_id = ? AND suffix = ? AND schedule_event_id = ?", taskID, suffix, eventID);
+        RULES.remove(database, Relation.key(taskID, suffix), Relation.key(eventID));
+        forgetQueued(database, "task_id = ? AND suffix = ? AND schedule_event_id = ?" + NO_LONGER_APPLIES, taskID,
+            suffix, eventID);
     }
 
-    static List<MDScheduleEvent> rules(Database database, long taskID, int suffix) throws SQLException {
-        return database.list(MDScheduleEvent::new, "JOIN task_schedule_event USING (schedule_event_id)"
-            + " WHERE task_id = ? AND suffix = ? ORDER BY position", taskID, suffix);
+    static void removeSchedule(Database database, long taskID, int suffix, long scheduleID)
+        throws SQLException, StoreException {
+        SCHEDULES.remove(database, Relation.key(taskID, suffix), Relation.key(scheduleID));
+        forgetQueued(database, "task_id = ? AND suffix = ? AND schedule_event_id IN (SELECT schedule_event_id"
+            + " FROM shared_schedule_event WHERE shared_named_schedule_id = ?)" + NO_LONGER_APPLIES, taskID, suffix,
+            scheduleID);
     }
 
-    /** Before a rule goes: no task has it any more, and what it queued does not run. */
+    /** Adds a rule behind the others of a shared schedule; EXISTS when the schedule has it. */
+    public static void addScheduleRule(Database database, long scheduleID, long eventID)
+        throws SQLException, StoreException {
+        SCHEDULE_RULES.add(database, Relation.key(scheduleID), Relation.key(eventID));
+    }
+
+    /** Takes a rule away from a shared schedule, with what it queued; NOT_FOUND when the schedule does not have it. */
+    public static void removeScheduleRule(Database database, long scheduleID, long eventID)
+        throws SQLException, StoreException {
+        SCHEDULE_RULES.remove(database, Relation.key(scheduleID), Relation.key(eventID));
+        forgetQueued(database, "schedule_event_id = ?" + NO_LONGER_APPLIES, eventID);
+    }
+
+    /** Before a rule goes: no task or schedule has it any more, and what it queued does not run. */
     static void forgetRule(Database database, long eventID) throws SQLException {
         database.sql().update("DELETE FROM task_schedule_event WHERE schedule_event_id = ?", eventID);
+        database.sql().update("DELETE FROM shared_schedule_event WHERE schedule_event_id = ?", eventID);
         forgetQueued(database, "schedule_event_id = ?", eventID);
     }
 
-    /** Before a task goes: refuses while it runs; takes away the rules that no other task has, and what is queued. */
-    static void end(Database database, long taskID, int suffix) throws SQLException, StoreException {
-        Sql sql = database.sql();
-        if (sql.exists("SELECT 1 FROM task_exec WHERE task_id = ? AND suffix = ? AND NOT" + QUEUED, taskID, suffix)) {
-            throw new StoreException(StoreCodes.IN_USE, "a run of the task is in progress");
+    /** Before a shared schedule goes: refuses while a task uses it; takes away its rules that nobody else has. */
+    static void endSchedule(Database database, long scheduleID) throws SQLException, StoreException {
+        String user = database.sql().first("SELECT t.task_name FROM task_shared_schedule u JOIN task t"
+            + " ON t.task_id = u.task_id AND t.suffix = u.suffix WHERE u.shared_named_schedule_id = ?"
+            + " ORDER BY t.task_name", row -> row.getString(1), scheduleID);
+        if (user != null) {
+            throw new StoreException(StoreCodes.IN_USE,
+                Relation.SCHEDULE.of(database, scheduleID) + " is used by the task '" + user + "'");
         }
-        List<Long> rules = sql.list("SELECT schedule_event_id FROM task_schedule_event WHERE task_id = ?"
-            + " AND suffix = ?", row -> row.getLong(1), taskID, suffix);
-        sql.update("DELETE FROM task_schedule_event WHERE task_id = ? AND suffix = ?", taskID, suffix);
+        List<Long> rules = database.sql().list("SELECT schedule_event_id FROM shared_schedule_event"
+            + " WHERE shared_named_schedule_id = ?", row -> row.getLong(1), scheduleID);
+        SCHEDULE_RULES.clear(database, Relation.key(scheduleID));
+        deleteUnused(database, rules);
+    }
+
+    /** Deletes those of the rules that neither a task nor a shared schedule has, with what they queued. */
+    private static void deleteUnused(Database database, List<Long> rules) throws SQLException {
         for (Long rule : rules) {
-            sql.update("DELETE FROM schedule_event WHERE schedule_event_id = ? AND schedule_event_id NOT IN"
-                + " (SELECT schedule_event_id FROM task_schedule_event)", rule);
+            int deleted = database.sql().update("DELETE FROM schedule_event WHERE schedule_event_id = ?"
+                + " AND schedule_event_id NOT IN (SELECT schedule_event_id FROM task_schedule_event)"
+                + " AND schedule_event_id NOT IN (SELECT schedule_event_id FROM shared_schedule_event)", rule);
+            if (deleted != 0) {
+                forgetQueued(database, "schedule_event_id = ?", rule);
+            }
         }
-        forgetQueued(database, "task_id = ? AND suffix = ?", taskID, suffix);
+    }
+
+    // Steps, success codes, follow-on actions
+
+    /** Makes these tasks the steps of a group, in this order. No group contains itself, nor by way of its steps. */
+    public static void setMembers(Database database, long taskID, int suffix, long[] memberIDs, int[] memberSuffixes)
+        throws SQLException, StoreException {
+        if (memberIDs == null || memberSuffixes == null || memberIDs.length != memberSuffixes.length) {
+            throw new StoreException(StoreCodes.INVALID, "each step needs a task ID and a suffix");
+        }
+        List<Object[]> members = new ArrayList<>();
+        for (int i = 0; i < memberIDs.length; i++) {
+            members.add(Relation.key(memberIDs[i], memberSuffixes[i]));
+        }
+        MEMBERS.replace(database, Relation.key(taskID, suffix), members);
+        if (database.sql().exists("WITH RECURSIVE inside (task_id, suffix) AS (SELECT member_task_id, member_suffix"
+            + " FROM task_group_member WHERE task_id = ? AND suffix = ? UNION SELECT g.member_task_id, g.member_suffix"
+            + " FROM task_group_member g JOIN inside i ON i.task_id = g.task_id AND i.suffix = g.suffix)"
+            + " SELECT 1 FROM inside WHERE task_id = ? AND suffix = ?", taskID, suffix, taskID, suffix)) {
+            throw new StoreException(StoreCodes.INVALID,
+                Relation.TASK.of(database, taskID, suffix) + " would be a step of itself");
+        }
+    }
+
+    /** Makes one set of these conditions the task's success codes; none leaves it without. */
+    public static void setSuccessCodes(Database database, long taskID, int suffix, int[] codes, String[] conditions)
+        throws SQLException, StoreException {
+        if (codes == null || conditions == null || codes.length != conditions.length) {
+            throw new StoreException(StoreCodes.INVALID, "each success code needs a condition");
+        }
+        Relation.TASK.require(database, taskID, suffix);
+        endCodeSets(database, taskID, suffix);
+        if (codes.length == 0) {
+            return;
+        }
+        MDSuccessCodeSet set = new MDSuccessCodeSet();
+        database.insert(set);
+        for (int i = 0; i < codes.length; i++) {
+            MDCodeCondition condition = new MDCodeCondition();
+            condition.setSuccessCodeSetID(set.getSuccessCodeSetID());
+            condition.setCode(codes[i]);
+            condition.setCondition(conditions[i]);
+            database.insert(condition);
+        }
+        CODE_SETS.add(database, Relation.key(taskID, suffix), Relation.key(set.getSuccessCodeSetID()));
+    }
+
+    /** Before a set of success codes goes: its conditions, and its place in tasks. */
+    static void forgetCodeSet(Database database, long setID) throws SQLException {
+        database.sql().update("DELETE FROM task_success_code_set WHERE success_code_set_id = ?", setID);
+        database.sql().update("DELETE FROM code_condition WHERE success_code_set_id = ?", setID);
+    }
+
+    /** Takes the task's success codes away; sets that no other task has are deleted. */
+    private static void endCodeSets(Database database, long taskID, int suffix) throws SQLException {
+        Sql sql = database.sql();
+        List<Long> sets = sql.list("SELECT success_code_set_id FROM task_success_code_set WHERE task_id = ?"
+            + " AND suffix = ?", row -> row.getLong(1), taskID, suffix);
+        CODE_SETS.clear(database, Relation.key(taskID, suffix));
+        for (Long set : sets) {
+            if (!sql.exists("SELECT 1 FROM task_success_code_set WHERE success_code_set_id = ?", set)) {
+                forgetCodeSet(database, set);
+                sql.update("DELETE FROM success_code_set WHERE success_code_set_id = ?", set);
+            }
+        }
+    }
+
+    static List<MDFollowOnAction> followOns(Database database, long taskID, int suffix) throws SQLException {
+        return database.list(MDFollowOnAction::new, "WHERE parent_task_id = ? AND parent_suffix = ? ORDER BY position",
+            taskID, suffix);
+    }
+
+    /** The tasks whose end runs this task. */
+    static List<MDTask> predecessors(Database database, long taskID, int suffix) throws SQLException {
+        return database.list(MDTask::new, "JOIN (SELECT DISTINCT a.parent_task_id AS task_id, a.parent_suffix AS suffix"
+            + " FROM follow_on_task f JOIN follow_on_action a ON a.follow_on_action_id = f.follow_on_action_id"
+            + " WHERE f.task_id = ? AND f.suffix = ? AND a.action = 1) parents USING (task_id, suffix)"
+            + " ORDER BY task_id, suffix", taskID, suffix);
+    }
+
+    /** Records that an action of a run acted on a task, once only: EXISTS. The execution is -1 for none. */
+    public static void recordFollowOn(Database database, long historyID, long actionID, long taskID, int suffix,
+        long execID) throws SQLException, StoreException {
+        Sql sql = database.sql();
+        if (sql.exists("SELECT 1 FROM follow_on_fired WHERE task_history_id = ? AND follow_on_action_id = ?"
+            + " AND task_id = ? AND suffix = ?", historyID, actionID, taskID, suffix)) {
+            throw new StoreException(StoreCodes.EXISTS, "the follow-on action " + actionID + " of the run " + historyID
+                + " has acted on " + Relation.TASK.of(database, taskID, suffix));
+        }
+        sql.update("INSERT INTO follow_on_fired (task_history_id, follow_on_action_id, task_id, suffix, task_exec_id)"
+            + " VALUES (?, ?, ?, ?, ?)", historyID, actionID, taskID, suffix, execID);
+    }
+
+    // The end of a task
+
+    /**
+     * Before a task goes: refuses while it runs, is a step of a group, or another task's action acts on it. Takes away
+     * what is only the task's, and what is queued.
+     */
+    static void end(Database database, long taskID, int suffix) throws SQLException, StoreException {
+        Object[] key = Relation.key(taskID, suffix);
+        Sql sql = database.sql();
+        if (sql.exists("SELECT 1 FROM task_exec WHERE task_id = ? AND suffix = ? AND NOT" + QUEUED, key)) {
+            throw new StoreException(StoreCodes.IN_USE,
+                "a run of " + Relation.TASK.of(database, key) + " is in progress");
+        }
+        refuse(database, key, " is a step of the task ", "SELECT t.task_name FROM task_group_member g JOIN task t"
+            + " ON t.task_id = g.task_id AND t.suffix = g.suffix WHERE g.member_task_id = ? AND g.member_suffix = ?"
+            + " ORDER BY t.task_name", key);
+        refuse(database, key, " is acted on by a follow-on action of the task ", "SELECT t.task_name"
+            + " FROM follow_on_task f JOIN follow_on_action a ON a.follow_on_action_id = f.follow_on_action_id"
+            + " JOIN task t ON t.task_id = a.parent_task_id AND t.suffix = a.parent_suffix"
+            + " WHERE f.task_id = ? AND f.suffix = ? AND NOT (t.task_id = ? AND t.suffix = ?) ORDER BY t.task_name",
+            taskID, suffix, taskID, suffix);
+        List<Long> rules = sql.list("SELECT schedule_event_id FROM task_schedule_event WHERE task_id = ?"
+            + " AND suffix = ?", row -> row.getLong(1), key);
+        RULES.clear(database, key);
+        SCHEDULES.clear(database, key);
+        MEMBERS.clear(database, key);
+        deleteUnused(database, rules);
+        endCodeSets(database, taskID, suffix);
+        endActions(database, key);
+        sql.update("DELETE FROM task_statistic WHERE task_id = ? AND suffix = ?", key);
+        Rights.forget(database, new Rights.Subject(Rights.STATISTIC, taskID, suffix));
+        forgetQueued(database, "task_id = ? AND suffix = ?", key);
+    }
+
+    private static void endActions(Database database, Object... key) throws SQLException {
+        Sql sql = database.sql();
+        sql.update("DELETE FROM follow_on_task WHERE task_id = ? AND suffix = ?", key);
+        sql.update("DELETE FROM follow_on_task WHERE follow_on_action_id IN (SELECT follow_on_action_id"
+            + " FROM follow_on_action WHERE parent_task_id = ? AND parent_suffix = ?)", key);
+        sql.update("DELETE FROM follow_on_action WHERE parent_task_id = ? AND parent_suffix = ?", key);
+        String notifications = " WHERE notification_action_id IN (SELECT notification_action_id"
+            + " FROM notification_action WHERE parent_task_id = ? AND parent_suffix = ?)";
+        sql.update("DELETE FROM notification_contact" + notifications, key);
+        sql.update("DELETE FROM notification_contact_group" + notifications, key);
+        sql.update("DELETE FROM notification_action WHERE parent_task_id = ? AND parent_suffix = ?", key);
+    }
+
+    /** Refuses with IN_USE when the query finds the name of a task that needs this one. */
+    private static void refuse(Database database, Object[] key, String because, String query, Object... parameters)
+        throws SQLException, StoreException {
+        String other = database.sql().first(query, row -> row.getString(1), parameters);
+        if (other != null) {
+            throw new StoreException(StoreCodes.IN_USE, Relation.TASK.of(database, key) + because + "'" + other + "'");
+        }
     }
 
     private static void forgetQueued(Database database, String which, Object... parameters) throws SQLException {

@@ -14,6 +14,7 @@ public final class Rights {
     public static final int EXECUTION = 2;
     public static final int HISTORY = 3;
     public static final int RESULT = 4;
+    public static final int STATISTIC = 5;
 
     /** One record: its kind and key; the suffix is 0 for kinds that have none. */
     public record Subject(int kind, long id, int suffix) {

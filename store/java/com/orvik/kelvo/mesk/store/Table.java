@@ -19,7 +19,7 @@ public final class Table {
         this.keys = keys;
     }
 
-    String name() {
+    public String name() {
         return name;
     }
 
