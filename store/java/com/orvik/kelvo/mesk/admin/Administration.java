@@ -2,6 +2,7 @@ package com.orvik.kelvo.mesk.admin;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
 import com.orvik.kelvo.mesk.metadata.TaskRelations;
 import com.orvik.kelvo.mesk.store.Database;
 import com.orvik.kelvo.mesk.store.Operation;
@@ -112,6 +113,61 @@ public final class Administration {
             Principals.fold(group));
     }
 
+    /** Makes a contact or replaces its addresses; a null address is none. The name: 1 to 127 bytes, no "@". */
+    public static void putContact(Context context, String name, String email, String pager, PARLException exception) {
+        change(context, exception, database -> Contacts.put(database, name, email, pager));
+    }
+
+    /** Takes a contact away; IN_USE while a contact group or a notification action names it. */
+    public static void removeContact(Context context, String name, PARLException exception) {
+        change(context, exception, database -> Contacts.remove(database, name));
+    }
+
+    /** The names of all contacts, in order; 30013 when there are none. */
+    public static ArrayList<?> listContacts(Context context, PARLException exception) {
+        return names(context, exception, "SELECT contact_name FROM contact ORDER BY contact_name");
+    }
+
+    /** The address (kind 1 e-mail, 2 pager) of a contact; null when it has none. An address is its own. */
+    public static String contactAddress(Context context, String name, int kind, PARLException exception) {
+        return Operation.read(context, exception, null, database -> Contacts.address(database, name, kind));
+    }
+
+    /** Makes a group of contacts and addresses, or replaces its members. The name: 1 to 127 bytes. */
+    public static void putContactGroup(Context context, String name, String[] members, PARLException exception) {
+        change(context, exception, database -> Contacts.putGroup(database, name, orNone(members)));
+    }
+
+    /** Takes a contact group away, its members stay; IN_USE while a notification action names it. */
+    public static void removeContactGroup(Context context, String name, PARLException exception) {
+        change(context, exception, database -> Contacts.removeGroup(database, name));
+    }
+
+    /** The names of all contact groups, in order; 30013 when there are none. */
+    public static ArrayList<?> listContactGroups(Context context, PARLException exception) {
+        return names(context, exception, "SELECT contact_group_name FROM contact_group ORDER BY contact_group_name");
+    }
+
+    /** The members of a contact group in their order; NOT_FOUND for an unknown group, 30013 when it has none. */
+    public static ArrayList<?> contactsOf(Context context, String group, PARLException exception) {
+        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED,
+            database -> Contacts.members(database, group));
+    }
+
+    /**
+     * Says whom a notification action tells: contacts or addresses, and contact groups, in place of those before. For
+     * whoever may update the parent task.
+     */
+    public static void setContacts(Context context, long notificationActionID, String[] contacts,
+        String[] contactGroups, PARLException exception) {
+        Operation.write(context, exception, database -> {
+            MDNotificationAction action = database.find(MDNotificationAction::new,
+                "WHERE notification_action_id = ?", notificationActionID);
+            requireRight(database, context, action.getParentTaskID(), action.getParentSuffix(), Rights.UPDATE);
+            Contacts.set(database, notificationActionID, orNone(contacts), orNone(contactGroups));
+        });
+    }
+
     /** The name of the scheduler that is marked as working on the store, or null. */
     public static String markedScheduler(Context context, PARLException exception) {
         return Operation.read(context, exception, null, database ->
@@ -173,6 +229,10 @@ public final class Administration {
         });
     }
 
+    private static String[] orNone(String[] names) {
+        return names == null ? new String[0] : names;
+    }
+
     private static void change(Context context, PARLException exception, Operation.Action action) {
         Operation.write(context, exception, database -> {
             requireFor(database, context, false);
@@ -196,7 +256,8 @@ public final class Administration {
         }
     }
 
-    private static void requireFor(Database database, Context context, boolean superuser)
+    /** Fails unless the session's user is superuser, or administrator where that is enough. */
+    static void requireFor(Database database, Context context, boolean superuser)
         throws SQLException, StoreException {
         String user = context.getUser();
         if (!Principals.isSuperuser(database, user) && (superuser || !Principals.isAdmin(database, user))) {

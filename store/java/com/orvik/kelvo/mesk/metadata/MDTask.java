@@ -241,6 +241,22 @@ public final class MDTask extends GuardedRecord {
             database -> TaskRelations.followOns(database, taskID, suffix));
     }
 
+    /** As {@link #addFollowOnAction} for a notification action. */
+    public void addNotificationAction(Context context, MDNotificationAction action, PARLException exception) {
+        add(context, action, exception);
+    }
+
+    /** Takes an action away from the task; it stays in the store and belongs to none. */
+    public void removeNotificationAction(Context context, MDNotificationAction action, PARLException exception) {
+        remove(context, action, exception);
+    }
+
+    /** The task's notification actions in the order in which they were added; 30014 when it has none. */
+    public Collection<?> retrieveNotificationActionList(Context context, PARLException exception) {
+        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
+            database -> TaskRelations.notifications(database, taskID, suffix));
+    }
+
     /** The tasks that have a follow-on action which runs this one, by key; 30014 when there are none. */
     public Collection<?> retrievePredecessorTaskWithExecActionList(Context context, PARLException exception) {
         return Operation.readList(context, exception, StoreCodes.NO_RELATION,

@@ -184,6 +184,11 @@ public final class TaskRelations {
             taskID, suffix);
     }
 
+    static List<MDNotificationAction> notifications(Database database, long taskID, int suffix) throws SQLException {
+        return database.list(MDNotificationAction::new,
+            "WHERE parent_task_id = ? AND parent_suffix = ? ORDER BY position", taskID, suffix);
+    }
+
     /** The tasks whose end runs this task. */
     static List<MDTask> predecessors(Database database, long taskID, int suffix) throws SQLException {
         return database.list(MDTask::new, "JOIN (SELECT DISTINCT a.parent_task_id AS task_id, a.parent_suffix AS suffix"

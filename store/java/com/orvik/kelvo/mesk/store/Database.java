@@ -240,12 +240,16 @@ public final class Database {
         Stored any = maker.get();
         Table.Statements statements = any.table().statements(any);
         int versionColumn = any.table().keys() + statements.others() + 1;
-        return sql.list(statements.select() + condition, row -> {
+        List<T> records = sql.list(statements.select() + condition, row -> {
             T record = maker.get();
             record.columns(new ColumnReader(row, vault));
             record.version(row.getInt(versionColumn));
             return record;
         }, parameters);
+        for (T record : records) {
+            record.loaded(this);
+        }
+        return records;
     }
 
     /** The first record that `condition` selects; fails with NOT_FOUND. */

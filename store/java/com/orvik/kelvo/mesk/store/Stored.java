@@ -20,6 +20,10 @@ public interface Stored {
     default void takeKey(Database database) throws SQLException, StoreException {
     }
 
+    /** Looks up what the object shows of other rows, after it was read. */
+    default void loaded(Database database) throws SQLException {
+    }
+
     /** What holds and happens before the row is inserted, in the same transaction. */
     default void inserting(Database database) throws SQLException, StoreException {
     }

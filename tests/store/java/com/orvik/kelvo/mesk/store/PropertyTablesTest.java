@@ -7,9 +7,14 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.admin.Administration;
+import com.orvik.kelvo.mesk.admin.Outbox;
+import com.orvik.kelvo.mesk.admin.OutboxMessage;
 import com.orvik.kelvo.mesk.metadata.MDBlob;
 import com.orvik.kelvo.mesk.metadata.MDClob;
 import com.orvik.kelvo.mesk.metadata.MDGroup;
+import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
+import com.orvik.kelvo.mesk.metadata.MDNotificationActionType;
+import com.orvik.kelvo.mesk.metadata.MDNotificationMessage;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
 import com.orvik.kelvo.mesk.metadata.MDTask;
@@ -20,9 +25,13 @@ import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
 import com.orvik.kelvo.mesk.metadata.MDTaskResult;
 import com.orvik.kelvo.mesk.metadata.MDTaskSnapshot;
 import com.orvik.kelvo.mesk.metadata.MDTaskSnapshotType;
+import com.orvik.kelvo.mesk.metadata.MDTaskStatistic;
+import com.orvik.kelvo.mesk.metadata.MDTaskStatisticType;
 import com.orvik.kelvo.mesk.metadata.MDTaskType;
 import com.orvik.kelvo.mesk.metadata.MDUser;
 import com.orvik.kelvo.mesk.metadata.MDUtility;
+import com.orvik.kelvo.mesk.sched.DWAgentClient;
+import com.orvik.kelvo.mesk.sched.DWAgentRtn;
 import com.orvik.kelvo.tools.conn.ConnectionPoolManager;
 import java.lang.invoke.MethodType;
 import java.lang.reflect.Method;
@@ -235,6 +244,50 @@ final class PropertyTablesTest {
         I LatestSnapshot
         """;
 
+    private static final String STATISTIC = """
+        J TaskID
+        I Suffix
+        T FirstExecution
+        I TotalSuccessfulExecutions
+        I TotalFailedExecutions
+        I TotalElapsedTime
+        I TotalRowCount
+        I TotalByteCount
+        T LastExecution
+        I LastExecutionElapsedTime
+        I LastExecutionRowCount
+        I LastExecutionByteCount
+        T FastestExecution
+        I FastestExecutionElapsedTime
+        I FastestExecutionRowCount
+        I FastestExecutionByteCount
+        T SlowestExecution
+        I SlowestExecutionElapsedTime
+        I SlowestExecutionRowCount
+        I SlowestExecutionByteCount
+        T LargestExecution
+        I LargestExecutionElapsedTime
+        I LargestExecutionRowCount
+        I LargestExecutionByteCount
+        T SmallestExecution
+        I SmallestExecutionElapsedTime
+        I SmallestExecutionRowCount
+        I SmallestExecutionByteCount
+        """;
+
+    private static final String NOTIFICATION = """
+        J NotificationActionID
+        J ParentTaskID
+        I ParentSuffix
+        S Subject
+        C EmailMessage
+        S EmailMessageString as EmailMessage
+        C PagerMessage
+        I MessageType
+        I NotificationCondition
+        I UseEmailMessage
+        """;
+
     private static final String PERSISTENCE = """
         insert (Lcom/orvik/kelvo/common/parl/api/Context;Lcom/orvik/kelvo/common/parl/api/PARLException;)V
         update (Lcom/orvik/kelvo/common/parl/api/Context;Lcom/orvik/kelvo/common/parl/api/PARLException;)V
@@ -300,6 +353,9 @@ final class PropertyTablesTest {
             "addScheduleEvent (" + CX + MD + "MDScheduleEvent;" + EX + ")V",
             "removeScheduleEvent (" + CX + MD + "MDScheduleEvent;" + EX + ")V",
             "retrieveScheduleEventList (" + CX + EX + LIST,
+            "addNotificationAction (" + CX + MD + "MDNotificationAction;" + EX + ")V",
+            "removeNotificationAction (" + CX + MD + "MDNotificationAction;" + EX + ")V",
+            "retrieveNotificationActionList (" + CX + EX + LIST,
             "getUsersWithPermission (" + CX + "I" + EX + ")Ljava/util/ArrayList;",
             "getGroupsWithPermission (" + CX + "I" + EX + ")Ljava/util/ArrayList;");
         rights(MDTask.class);
@@ -356,6 +412,41 @@ final class PropertyTablesTest {
     }
 
     @Test
+    void statisticMethodsAreThere() throws Exception {
+        record(MDTaskStatistic.class, STATISTIC);
+        declares(MDTaskStatistic.class, false, PERSISTENCE);
+        rights(MDTaskStatistic.class);
+        home(MDTaskStatisticType.class, "retrieve (" + CX + "JI" + EX + ")" + MD + "MDTaskStatistic;",
+            "retrieveList (" + CX + EX + LIST, "delete (" + CX + "JI" + EX + ")V");
+    }
+
+    @Test
+    void notificationMethodsAreThere() throws Exception {
+        String text = "Ljava/lang/String;";
+        record(MDNotificationAction.class, NOTIFICATION);
+        declares(MDNotificationAction.class, false, PERSISTENCE, "retrieveContactNameList (" + CX + EX + LIST,
+            "retrieveContactGroupNameList (" + CX + EX + LIST, "getPagerSubject ()" + text,
+            "getPagerMessageString ()" + text, "getJournalMessageString ()" + text, "getSender ()" + text);
+        home(MDNotificationActionType.class, "retrieve (" + CX + "J" + EX + ")" + MD + "MDNotificationAction;",
+            "retrieveList (" + CX + EX + LIST, "delete (" + CX + "J" + EX + ")V");
+        constructor(MDNotificationMessage.class, "()V");
+        declares(MDNotificationMessage.class, false,
+            "getResolvedMessage (" + CX + MD + "MDTask;" + MD + "MDTaskHistory;" + text + text + ")" + text);
+        declares(MDNotificationMessage.class, true, "getMRIMessage (I)" + text);
+    }
+
+    @Test
+    void warehouseMethodsAreThere() throws Exception {
+        String text = "Ljava/lang/String;";
+        constructor(DWAgentClient.class, "()V");
+        constructor(DWAgentClient.class, "(" + CX + MD + "MDTask;" + text.repeat(5) + ")V");
+        declares(DWAgentClient.class, false, "run (JILcom/orvik/kelvo/mesk/sched/DWAgentRtn;)I");
+        constructor(DWAgentRtn.class, "()V");
+        declares(DWAgentRtn.class, false, "getJobRC ()I", "getJobState ()I", "getRowsMoved ()I", "getBytesMoved ()I",
+            "getEditionNumber ()I", "getRetryCount ()I");
+    }
+
+    @Test
     void administrationMethodsAreThere() throws Exception {
         String text = "Ljava/lang/String;";
         declares(Administration.class, true, "createUser (" + CX + text + "ZZ" + EX + ")V",
@@ -365,6 +456,20 @@ final class PropertyTablesTest {
             "listUsers (" + CX + EX + ")Ljava/util/ArrayList;", "listGroups (" + CX + EX + ")Ljava/util/ArrayList;",
             "listMembers (" + CX + text + EX + ")Ljava/util/ArrayList;",
             "markedScheduler (" + CX + EX + ")Ljava/lang/String;");
+        String names = ")Ljava/util/ArrayList;";
+        declares(Administration.class, true, "putContact (" + CX + text + text + text + EX + ")V",
+            "removeContact (" + CX + text + EX + ")V", "listContacts (" + CX + EX + names,
+            "contactAddress (" + CX + text + "I" + EX + ")" + text,
+            "putContactGroup (" + CX + text + "[" + text + EX + ")V", "removeContactGroup (" + CX + text + EX + ")V",
+            "listContactGroups (" + CX + EX + names, "contactsOf (" + CX + text + EX + names,
+            "setContacts (" + CX + "J[" + text + "[" + text + EX + ")V");
+        String message = "Lcom/orvik/kelvo/mesk/admin/OutboxMessage;";
+        declares(Outbox.class, true, "enqueue (" + CX + "JJI" + text.repeat(5) + "J" + EX + ")V",
+            "next (" + CX + "J" + EX + ")" + message, "nextTry (" + CX + EX + ")J",
+            "sent (" + CX + "JJ" + EX + ")V", "failed (" + CX + "J" + text + "J" + EX + ")V");
+        declares(OutboxMessage.class, false, "getOutboxID ()J", "getKind ()I", "getRecipient ()" + text,
+            "getAddress ()" + text, "getSender ()" + text, "getSubject ()" + text, "getBody ()" + text,
+            "getTries ()I");
     }
 
     private static void record(Class<?> type, String table) throws Exception {
@@ -469,6 +574,18 @@ final class PropertyTablesTest {
     @Test
     void snapshotPropertiesSurvive() throws Exception {
         survive(SNAPSHOT, MDTaskSnapshot::new, "task_snapshot", Map.of());
+    }
+
+    @Test
+    void statisticPropertiesSurvive() throws Exception {
+        survive(STATISTIC, MDTaskStatistic::new, "task_statistic", Map.of());
+    }
+
+    @Test
+    void notificationPropertiesSurvive() throws Exception {
+        // No parent here: a store that holds nothing else has no task for it.
+        survive(NOTIFICATION, MDNotificationAction::new, "notification_action",
+            Map.of("ParentTaskID", 0L, "MessageType", 3, "NotificationCondition", 2, "UseEmailMessage", 0));
     }
 
     /** Sets all properties at once to values that differ; then each second form alone; reads all back each time. */
