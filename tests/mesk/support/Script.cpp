@@ -65,6 +65,11 @@ Answer& Answer::returns(const char* text) {
   return *this;
 }
 
+Answer& Answer::returnsInt(int result) {
+  callScript(env_, "returnsInt", "(I)V", jint{result});
+  return *this;
+}
+
 Answer& Answer::returnsLong(long long result) {
   callScript(env_, "returnsLong", "(J)V", static_cast<jlong>(result));
   return *this;

@@ -17,6 +17,7 @@ class Answer {
   Answer& code(int code, int sqlCode = 0, int sqlState = 0);
   Answer& returns(jobject result);  ///< any object, which stays the caller's; null
   Answer& returns(const char* text);
+  Answer& returnsInt(int result);
   Answer& returnsLong(long long result);
   Answer& returnsBoolean(bool result);
   /// A java.util.ArrayList of these.

@@ -54,6 +54,10 @@ public final class Script {
         programmed.result = result;
     }
 
+    public static void returnsInt(int result) {
+        returns(result);
+    }
+
     public static void returnsLong(long result) {
         returns(result);
     }
