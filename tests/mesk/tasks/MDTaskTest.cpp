@@ -1,5 +1,4 @@
-// The task record: properties, store operations, counts, passwords, the latch, its schedule rules.
-#include <mesk/schedule/MDScheduleEvent.h>
+// The task record: properties, store operations, counts, passwords, the latch.
 #include <mesk/support/WrapperTest.h>
 #include <mesk/tasks/MDTask.h>
 
@@ -9,8 +8,6 @@
 
 namespace mesk::test {
 namespace {
-
-const char* const kEvent = "Lcom/orvik/kelvo/mesk/metadata/MDScheduleEvent;";
 
 class MDTaskTest : public WrapperTest<MDTask> {
  protected:
@@ -253,38 +250,6 @@ TEST_F(MDTaskTest, ADeadTaskCountsNothing) {
   dead.incrNumberOfExecutions(ctx);
   dead.decrNumberOfExecutions(ctx);
   EXPECT_EQ(jni.calls(), calls);
-}
-
-TEST_F(MDTaskTest, ScheduleRulesAreAddedAndRemoved) {
-  MDScheduleEvent event(ctx, newFake("MDScheduleEvent"), nullptr);
-  event.setScheduleEventID(ctx, 9);
-  const Operation<MDTask> operations[] = {
-      {"addScheduleEvent", storeMethod(kEvent, "V"), "addScheduleEvent(context, MDScheduleEvent#9, exception)",
-       byResult([&](MDTask& task, int& sqlCode) { return task.addScheduleEvent(ctx, context, event, sqlCode); })},
-      {"removeScheduleEvent", storeMethod(kEvent, "V"), "removeScheduleEvent(context, MDScheduleEvent#9, exception)",
-       byResult([&](MDTask& task, int& sqlCode) { return task.removeScheduleEvent(ctx, context, event, sqlCode); })},
-  };
-  for (const auto& op : operations) checkOperation(op);
-}
-
-TEST_F(MDTaskTest, ADeadScheduleRuleReachesJavaAsNull) {
-  MDScheduleEvent event(ctx, nullptr, nullptr);
-  int sqlCode = 1;
-  EXPECT_EQ(live.addScheduleEvent(ctx, context, event, sqlCode), 0);
-  EXPECT_EQ(live.removeScheduleEvent(ctx, context, event, sqlCode), 0);
-  EXPECT_EQ(script.calls(), (Strings{"MDTask.addScheduleEvent(context, null, exception)",
-                                     "MDTask.removeScheduleEvent(context, null, exception)"}));
-}
-
-TEST_F(MDTaskTest, ScheduleRulesAreListedAnd30014IsAnEmptyList) {
-  const ListOperation<MDTask, MDScheduleEvent> list{
-      "retrieveScheduleEventList", 30014, ListForm::sizeAndGet,
-      [&](MDTask& task, MDScheduleEvent**& events, int& count, int& sqlCode) {
-        return task.retrieveScheduleEventList(ctx, context, events, count, sqlCode);
-      }};
-  checkOperation({list.method, storeMethod("", "Ljava/util/Collection;"),
-                  "retrieveScheduleEventList(context, exception)", asOperation(list)});
-  checkList(list, newFake("MDScheduleEvent"), newFake("MDScheduleEvent"));
 }
 
 TEST_F(MDTaskTest, AllCharactersTakeTheOneLatch) {

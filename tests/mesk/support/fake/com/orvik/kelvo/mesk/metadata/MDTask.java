@@ -7,6 +7,7 @@ import com.orvik.kelvo.mesk.fake.Script;
 import java.sql.Blob;
 import java.sql.Clob;
 import java.sql.Timestamp;
+import java.util.ArrayList;
 import java.util.Collection;
 
 /** A task of the fake store. */
@@ -623,5 +624,61 @@ public class MDTask extends FakeGuardedRecord {
 
     public Collection<?> retrieveScheduleEventList(Context context, PARLException exception) {
         return Script.call(this, "retrieveScheduleEventList", context, exception).or(null);
+    }
+
+    public void addSharedNamedSchedule(Context context, MDSharedNamedSchedule schedule, PARLException exception) {
+        Script.call(this, "addSharedNamedSchedule", context, schedule, exception);
+    }
+
+    public void removeSharedNamedSchedule(Context context, MDSharedNamedSchedule schedule, PARLException exception) {
+        Script.call(this, "removeSharedNamedSchedule", context, schedule, exception);
+    }
+
+    public void addFollowOnAction(Context context, MDFollowOnAction action, PARLException exception) {
+        Script.call(this, "addFollowOnAction", context, action, exception);
+    }
+
+    public void removeFollowOnAction(Context context, MDFollowOnAction action, PARLException exception) {
+        Script.call(this, "removeFollowOnAction", context, action, exception);
+    }
+
+    public void addNotificationAction(Context context, MDNotificationAction action, PARLException exception) {
+        Script.call(this, "addNotificationAction", context, action, exception);
+    }
+
+    public void removeNotificationAction(Context context, MDNotificationAction action, PARLException exception) {
+        Script.call(this, "removeNotificationAction", context, action, exception);
+    }
+
+    public Collection<?> retrieveSharedNamedScheduleList(Context context, PARLException exception) {
+        return Script.call(this, "retrieveSharedNamedScheduleList", context, exception).or(null);
+    }
+
+    public Collection<?> retrieveFollowOnActionList(Context context, PARLException exception) {
+        return Script.call(this, "retrieveFollowOnActionList", context, exception).or(null);
+    }
+
+    public Collection<?> retrieveNotificationActionList(Context context, PARLException exception) {
+        return Script.call(this, "retrieveNotificationActionList", context, exception).or(null);
+    }
+
+    public Collection<?> retrieveTaskGroupMemberList(Context context, PARLException exception) {
+        return Script.call(this, "retrieveTaskGroupMemberList", context, exception).or(null);
+    }
+
+    public Collection<?> retrievePredecessorTaskWithExecActionList(Context context, PARLException exception) {
+        return Script.call(this, "retrievePredecessorTaskWithExecActionList", context, exception).or(null);
+    }
+
+    public Collection<?> retrieveSuccessCodeSetList(Context context, PARLException exception) {
+        return Script.call(this, "retrieveSuccessCodeSetList", context, exception).or(null);
+    }
+
+    public ArrayList<?> getUsersWithPermission(Context context, int permission, PARLException exception) {
+        return Script.call(this, "getUsersWithPermission", context, permission, exception).or(null);
+    }
+
+    public ArrayList<?> getGroupsWithPermission(Context context, int permission, PARLException exception) {
+        return Script.call(this, "getGroupsWithPermission", context, permission, exception).or(null);
     }
 }
