@@ -4,8 +4,10 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.metadata.MDFollowOnAction;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
+import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
 import com.orvik.kelvo.mesk.metadata.MDTask;
 import com.orvik.kelvo.mesk.metadata.MDTaskExec;
 import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
@@ -92,15 +94,41 @@ final class Session implements AutoCloseable {
     }
 
     MDScheduleEvent newRule(MDTask task) {
+        MDScheduleEvent rule = newRule();
+        task.addScheduleEvent(context, rule, outcome);
+        done();
+        return rule;
+    }
+
+    /** A rule that no task has. */
+    MDScheduleEvent newRule() {
         MDScheduleEvent rule = new MDScheduleEvent(context, outcome);
         rule.setStartDate(Date.valueOf("2024-02-29"));
         rule.setStartTime(Time.valueOf("02:30:00"));
         rule.setIntervalType(2);
         rule.setRecurring(1);
         insert(rule);
-        task.addScheduleEvent(context, rule, outcome);
-        done();
         return rule;
+    }
+
+    MDSharedNamedSchedule newSchedule(String name) {
+        MDSharedNamedSchedule schedule = new MDSharedNamedSchedule(context, outcome);
+        schedule.setSharedScheduleName(name);
+        insert(schedule);
+        return schedule;
+    }
+
+    /** An action of a task (1 run, 2 enable, 3 disable), whenever it ends, on these tasks. */
+    MDFollowOnAction newAction(MDTask task, int action, MDTask... targets) {
+        MDFollowOnAction followOn = new MDFollowOnAction(context, outcome);
+        followOn.setAction(action);
+        task.addFollowOnAction(context, followOn, outcome);
+        done();
+        for (MDTask target : targets) {
+            followOn.addTask(context, target, outcome);
+            done();
+        }
+        return followOn;
     }
 
     /** A queued run of a task for an instant of a rule. */

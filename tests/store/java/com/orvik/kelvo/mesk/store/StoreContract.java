@@ -44,31 +44,10 @@ import java.util.Random;
 import java.util.Set;
 import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.atomic.AtomicInteger;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 
 /** What every store keeps to, whatever database it is on. A subclass a database says where an empty store is. */
-abstract class StoreContract {
-    private static final long INSTANT = 1_700_000_000_000L;
-
-    private String url;
-    private Session session;
-
-    /** The URL of a store that nobody has used. */
-    abstract String emptyStore() throws Exception;
-
-    @BeforeEach
-    void begin() throws Exception {
-        url = emptyStore();
-        session = new Session(url);
-    }
-
-    @AfterEach
-    void end() {
-        session.close();
-    }
-
+abstract class StoreContract extends StoreFixture {
     // Keys
 
     @Test
