@@ -179,14 +179,14 @@ public final class Administration {
     /** Makes these tasks the steps of a group, in this order; none leaves it without. */
     public static void setGroupMembers(Context context, long taskID, int suffix, long[] memberIDs,
         int[] memberSuffixes, PARLException exception) {
-        changeTask(context, taskID, suffix, Rights.UPDATE, exception,
+        changeTask(context, taskID, suffix, exception,
             database -> TaskRelations.setMembers(database, taskID, suffix, memberIDs, memberSuffixes));
     }
 
     /** Makes these conditions the task's success codes, see MDCodeCondition; none leaves it without. */
     public static void setSuccessCodes(Context context, long taskID, int suffix, int[] codes, String[] conditions,
         PARLException exception) {
-        changeTask(context, taskID, suffix, Rights.UPDATE, exception,
+        changeTask(context, taskID, suffix, exception,
             database -> TaskRelations.setSuccessCodes(database, taskID, suffix, codes, conditions));
     }
 
@@ -240,10 +240,10 @@ public final class Administration {
         });
     }
 
-    private static void changeTask(Context context, long taskID, int suffix, int right, PARLException exception,
+    private static void changeTask(Context context, long taskID, int suffix, PARLException exception,
         Operation.Action action) {
         Operation.write(context, exception, database -> {
-            requireRight(database, context, taskID, suffix, right);
+            requireRight(database, context, taskID, suffix, Rights.UPDATE);
             action.run(database);
         });
     }

@@ -23,6 +23,7 @@ public final class TaskRelations {
     static final Relation CODE_SETS = new Relation("task_success_code_set", Relation.TASK, Relation.CODE_SET);
     static final Relation TARGETS = new Relation("follow_on_task", Relation.FOLLOW_ON, Relation.TASK);
 
+    private static final String OF_PARENT = "WHERE parent_task_id = ? AND parent_suffix = ? ORDER BY position";
     private static final String QUEUED = " status IN (0, 1)";
     private static final String NO_LONGER_APPLIES = " AND NOT EXISTS (SELECT 1 FROM task_schedule_event r"
         + " WHERE r.task_id = task_exec.task_id AND r.suffix = task_exec.suffix"
@@ -96,20 +97,19 @@ public final class TaskRelations {
             throw new StoreException(StoreCodes.IN_USE,
                 Relation.SCHEDULE.of(database, scheduleID) + " is used by the task '" + user + "'");
         }
-        List<Long> rules = database.sql().list("SELECT schedule_event_id FROM shared_schedule_event"
-            + " WHERE shared_named_schedule_id = ?", row -> row.getLong(1), scheduleID);
+        List<MDScheduleEvent> rules = SCHEDULE_RULES.list(database, MDScheduleEvent::new, scheduleID);
         SCHEDULE_RULES.clear(database, Relation.key(scheduleID));
         deleteUnused(database, rules);
     }
 
     /** Deletes those of the rules that neither a task nor a shared schedule has, with what they queued. */
-    private static void deleteUnused(Database database, List<Long> rules) throws SQLException {
-        for (Long rule : rules) {
-            int deleted = database.sql().update("DELETE FROM schedule_event WHERE schedule_event_id = ?"
-                + " AND schedule_event_id NOT IN (SELECT schedule_event_id FROM task_schedule_event)"
-                + " AND schedule_event_id NOT IN (SELECT schedule_event_id FROM shared_schedule_event)", rule);
-            if (deleted != 0) {
-                forgetQueued(database, "schedule_event_id = ?", rule);
+    private static void deleteUnused(Database database, List<MDScheduleEvent> rules)
+        throws SQLException, StoreException {
+        for (MDScheduleEvent rule : rules) {
+            long eventID = rule.getScheduleEventID();
+            if (!database.sql().exists("SELECT 1 FROM task_schedule_event WHERE schedule_event_id = ? UNION ALL"
+                + " SELECT 1 FROM shared_schedule_event WHERE schedule_event_id = ?", eventID, eventID)) {
+                database.delete(rule);
             }
         }
     }
@@ -166,27 +166,23 @@ public final class TaskRelations {
     }
 
     /** Takes the task's success codes away; sets that no other task has are deleted. */
-    private static void endCodeSets(Database database, long taskID, int suffix) throws SQLException {
-        Sql sql = database.sql();
-        List<Long> sets = sql.list("SELECT success_code_set_id FROM task_success_code_set WHERE task_id = ?"
-            + " AND suffix = ?", row -> row.getLong(1), taskID, suffix);
+    private static void endCodeSets(Database database, long taskID, int suffix) throws SQLException, StoreException {
+        List<MDSuccessCodeSet> sets = CODE_SETS.list(database, MDSuccessCodeSet::new, taskID, suffix);
         CODE_SETS.clear(database, Relation.key(taskID, suffix));
-        for (Long set : sets) {
-            if (!sql.exists("SELECT 1 FROM task_success_code_set WHERE success_code_set_id = ?", set)) {
-                forgetCodeSet(database, set);
-                sql.update("DELETE FROM success_code_set WHERE success_code_set_id = ?", set);
+        for (MDSuccessCodeSet set : sets) {
+            if (!database.sql().exists("SELECT 1 FROM task_success_code_set WHERE success_code_set_id = ?",
+                set.getSuccessCodeSetID())) {
+                database.delete(set);
             }
         }
     }
 
     static List<MDFollowOnAction> followOns(Database database, long taskID, int suffix) throws SQLException {
-        return database.list(MDFollowOnAction::new, "WHERE parent_task_id = ? AND parent_suffix = ? ORDER BY position",
-            taskID, suffix);
+        return database.list(MDFollowOnAction::new, OF_PARENT, taskID, suffix);
     }
 
     static List<MDNotificationAction> notifications(Database database, long taskID, int suffix) throws SQLException {
-        return database.list(MDNotificationAction::new,
-            "WHERE parent_task_id = ? AND parent_suffix = ? ORDER BY position", taskID, suffix);
+        return database.list(MDNotificationAction::new, OF_PARENT, taskID, suffix);
     }
 
     /** The tasks whose end runs this task. */
@@ -231,30 +227,26 @@ public final class TaskRelations {
             + " JOIN task t ON t.task_id = a.parent_task_id AND t.suffix = a.parent_suffix"
             + " WHERE f.task_id = ? AND f.suffix = ? AND NOT (t.task_id = ? AND t.suffix = ?) ORDER BY t.task_name",
             taskID, suffix, taskID, suffix);
-        List<Long> rules = sql.list("SELECT schedule_event_id FROM task_schedule_event WHERE task_id = ?"
-            + " AND suffix = ?", row -> row.getLong(1), key);
+        List<MDScheduleEvent> rules = RULES.list(database, MDScheduleEvent::new, key);
         RULES.clear(database, key);
         SCHEDULES.clear(database, key);
         MEMBERS.clear(database, key);
         deleteUnused(database, rules);
         endCodeSets(database, taskID, suffix);
-        endActions(database, key);
+        endActions(database, taskID, suffix);
         sql.update("DELETE FROM task_statistic WHERE task_id = ? AND suffix = ?", key);
         Rights.forget(database, new Rights.Subject(Rights.STATISTIC, taskID, suffix));
         forgetQueued(database, "task_id = ? AND suffix = ?", key);
     }
 
-    private static void endActions(Database database, Object... key) throws SQLException {
-        Sql sql = database.sql();
-        sql.update("DELETE FROM follow_on_task WHERE task_id = ? AND suffix = ?", key);
-        sql.update("DELETE FROM follow_on_task WHERE follow_on_action_id IN (SELECT follow_on_action_id"
-            + " FROM follow_on_action WHERE parent_task_id = ? AND parent_suffix = ?)", key);
-        sql.update("DELETE FROM follow_on_action WHERE parent_task_id = ? AND parent_suffix = ?", key);
-        String notifications = " WHERE notification_action_id IN (SELECT notification_action_id"
-            + " FROM notification_action WHERE parent_task_id = ? AND parent_suffix = ?)";
-        sql.update("DELETE FROM notification_contact" + notifications, key);
-        sql.update("DELETE FROM notification_contact_group" + notifications, key);
-        sql.update("DELETE FROM notification_action WHERE parent_task_id = ? AND parent_suffix = ?", key);
+    private static void endActions(Database database, long taskID, int suffix) throws SQLException, StoreException {
+        database.sql().update("DELETE FROM follow_on_task WHERE task_id = ? AND suffix = ?", taskID, suffix);
+        for (MDFollowOnAction action : followOns(database, taskID, suffix)) {
+            database.delete(action);
+        }
+        for (MDNotificationAction action : notifications(database, taskID, suffix)) {
+            database.delete(action);
+        }
     }
 
     /** Refuses with IN_USE when the query finds the name of a task that needs this one. */

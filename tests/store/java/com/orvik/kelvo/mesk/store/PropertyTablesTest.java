@@ -11,12 +11,18 @@ import com.orvik.kelvo.mesk.admin.Outbox;
 import com.orvik.kelvo.mesk.admin.OutboxMessage;
 import com.orvik.kelvo.mesk.metadata.MDBlob;
 import com.orvik.kelvo.mesk.metadata.MDClob;
+import com.orvik.kelvo.mesk.metadata.MDCodeCondition;
+import com.orvik.kelvo.mesk.metadata.MDFollowOnAction;
+import com.orvik.kelvo.mesk.metadata.MDFollowOnActionType;
 import com.orvik.kelvo.mesk.metadata.MDGroup;
 import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
 import com.orvik.kelvo.mesk.metadata.MDNotificationActionType;
 import com.orvik.kelvo.mesk.metadata.MDNotificationMessage;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
+import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
+import com.orvik.kelvo.mesk.metadata.MDSharedNamedScheduleType;
+import com.orvik.kelvo.mesk.metadata.MDSuccessCodeSet;
 import com.orvik.kelvo.mesk.metadata.MDTask;
 import com.orvik.kelvo.mesk.metadata.MDTaskExec;
 import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
@@ -125,6 +131,26 @@ final class PropertyTablesTest {
         I IntervalUnit
         I Detail
         I Recurring
+        """;
+
+    private static final String SCHEDULE = """
+        J ScheduleID
+        S SharedScheduleName
+        S Description
+        """;
+
+    private static final String FOLLOW_ON = """
+        J FollowOnActionID
+        J ParentTaskID
+        I ParentSuffix
+        I Action
+        I FollowOnCondition
+        """;
+
+    private static final String CODE_CONDITION = """
+        J CodeConditionID
+        I Code
+        S Condition
         """;
 
     private static final String RUN = """
@@ -353,6 +379,15 @@ final class PropertyTablesTest {
             "addScheduleEvent (" + CX + MD + "MDScheduleEvent;" + EX + ")V",
             "removeScheduleEvent (" + CX + MD + "MDScheduleEvent;" + EX + ")V",
             "retrieveScheduleEventList (" + CX + EX + LIST,
+            "addSharedNamedSchedule (" + CX + MD + "MDSharedNamedSchedule;" + EX + ")V",
+            "removeSharedNamedSchedule (" + CX + MD + "MDSharedNamedSchedule;" + EX + ")V",
+            "retrieveSharedNamedScheduleList (" + CX + EX + LIST,
+            "addFollowOnAction (" + CX + MD + "MDFollowOnAction;" + EX + ")V",
+            "removeFollowOnAction (" + CX + MD + "MDFollowOnAction;" + EX + ")V",
+            "retrieveFollowOnActionList (" + CX + EX + LIST,
+            "retrieveTaskGroupMemberList (" + CX + EX + LIST,
+            "retrievePredecessorTaskWithExecActionList (" + CX + EX + LIST,
+            "retrieveSuccessCodeSetList (" + CX + EX + LIST,
             "addNotificationAction (" + CX + MD + "MDNotificationAction;" + EX + ")V",
             "removeNotificationAction (" + CX + MD + "MDNotificationAction;" + EX + ")V",
             "retrieveNotificationActionList (" + CX + EX + LIST,
@@ -371,6 +406,36 @@ final class PropertyTablesTest {
         declares(MDScheduleEvent.class, false, PERSISTENCE);
         home(MDScheduleEventType.class, "retrieve (" + CX + "J" + EX + ")" + MD + "MDScheduleEvent;",
             "retrieveList (" + CX + EX + LIST);
+    }
+
+    @Test
+    void sharedScheduleMethodsAreThere() throws Exception {
+        record(MDSharedNamedSchedule.class, SCHEDULE);
+        declares(MDSharedNamedSchedule.class, false, PERSISTENCE,
+            "addScheduleEvent (" + CX + MD + "MDScheduleEvent;" + EX + ")V",
+            "removeScheduleEvent (" + CX + MD + "MDScheduleEvent;" + EX + ")V",
+            "retrieveScheduleEventList (" + CX + EX + LIST);
+        home(MDSharedNamedScheduleType.class, "retrieve (" + CX + "J" + EX + ")" + MD + "MDSharedNamedSchedule;",
+            "retrieveList (" + CX + EX + LIST, "delete (" + CX + "J" + EX + ")V");
+        home(MDScheduleEventType.class, "delete (" + CX + "J" + EX + ")V");
+    }
+
+    @Test
+    void followOnMethodsAreThere() throws Exception {
+        record(MDFollowOnAction.class, FOLLOW_ON);
+        declares(MDFollowOnAction.class, false, PERSISTENCE, "addTask (" + CX + MD + "MDTask;" + EX + ")V",
+            "removeTask (" + CX + MD + "MDTask;" + EX + ")V", "retrieveTaskList (" + CX + EX + LIST,
+            "setTaskList (" + CX + "Ljava/util/ArrayList;" + EX + ")V");
+        home(MDFollowOnActionType.class, "retrieve (" + CX + "J" + EX + ")" + MD + "MDFollowOnAction;",
+            "retrieveList (" + CX + EX + LIST, "delete (" + CX + "J" + EX + ")V");
+    }
+
+    @Test
+    void successCodeMethodsAreThere() throws Exception {
+        record(MDSuccessCodeSet.class, "J SuccessCodeSetID");
+        declares(MDSuccessCodeSet.class, false, PERSISTENCE, "retrieveCodeConditionList (" + CX + EX + LIST);
+        record(MDCodeCondition.class, CODE_CONDITION);
+        declares(MDCodeCondition.class, false, PERSISTENCE);
     }
 
     @Test
@@ -455,6 +520,10 @@ final class PropertyTablesTest {
             "addMember (" + CX + text + text + EX + ")V", "removeMember (" + CX + text + text + EX + ")V",
             "listUsers (" + CX + EX + ")Ljava/util/ArrayList;", "listGroups (" + CX + EX + ")Ljava/util/ArrayList;",
             "listMembers (" + CX + text + EX + ")Ljava/util/ArrayList;",
+            "setGroupMembers (" + CX + "JI[J[I" + EX + ")V",
+            "setSuccessCodes (" + CX + "JI[I[Ljava/lang/String;" + EX + ")V",
+            "addScheduleRule (" + CX + "JJ" + EX + ")V", "removeScheduleRule (" + CX + "JJ" + EX + ")V",
+            "recordFollowOn (" + CX + "JJJIJ" + EX + ")V",
             "markedScheduler (" + CX + EX + ")Ljava/lang/String;");
         String names = ")Ljava/util/ArrayList;";
         declares(Administration.class, true, "putContact (" + CX + text + text + text + EX + ")V",
@@ -554,6 +623,23 @@ final class PropertyTablesTest {
     void rulePropertiesSurvive() throws Exception {
         survive(RULE, MDScheduleEvent::new, "schedule_event",
             Map.of("IntervalType", 4, "IntervalUnit", 11, "Detail", 29, "Recurring", 1));
+    }
+
+    @Test
+    void sharedSchedulePropertiesSurvive() throws Exception {
+        survive(SCHEDULE, MDSharedNamedSchedule::new, "shared_named_schedule", Map.of());
+    }
+
+    @Test
+    void followOnPropertiesSurvive() throws Exception {
+        survive(FOLLOW_ON, MDFollowOnAction::new, "follow_on_action",
+            Map.of("ParentTaskID", 0L, "Action", 3, "FollowOnCondition", 2));
+    }
+
+    @Test
+    void successCodePropertiesSurvive() throws Exception {
+        survive("J SuccessCodeSetID", MDSuccessCodeSet::new, "success_code_set", Map.of());
+        survive(CODE_CONDITION, MDCodeCondition::new, "code_condition", Map.of("Condition", "!="));
     }
 
     @Test

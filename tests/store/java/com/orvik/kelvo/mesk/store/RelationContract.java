@@ -10,6 +10,7 @@ import com.orvik.kelvo.mesk.admin.Administration;
 import com.orvik.kelvo.mesk.metadata.MDCodeCondition;
 import com.orvik.kelvo.mesk.metadata.MDFollowOnAction;
 import com.orvik.kelvo.mesk.metadata.MDFollowOnActionType;
+import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
 import com.orvik.kelvo.mesk.metadata.MDSharedNamedScheduleType;
@@ -20,6 +21,7 @@ import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
 import com.orvik.kelvo.mesk.metadata.MDTaskSnapshot;
+import com.orvik.kelvo.mesk.metadata.MDTaskStatistic;
 import com.orvik.kelvo.mesk.metadata.MDUser;
 import java.sql.Timestamp;
 import java.util.ArrayList;
@@ -707,9 +709,11 @@ abstract class RelationContract extends StoreFixture {
         successCodes(task, new int[] {0}, "=");
         session.done();
         notify(task);
-        session.sql("INSERT INTO task_statistic VALUES (?, 0, NULL, 1, 1, 1, 1, 1, NULL, 1, 1, 1, NULL, 1, 1, 1,"
-            + " NULL, 1, 1, 1, NULL, 1, 1, 1, NULL, 1, 1, 1, 1)", task.getTaskID());
-        session.sql("INSERT INTO permission VALUES (?, ?, 0, 0, 'ANNE', 0)", Rights.STATISTIC, task.getTaskID());
+        MDTaskStatistic statistic = new MDTaskStatistic();
+        statistic.setTaskID(task.getTaskID());
+        session.insert(statistic);
+        statistic.setReadPermission(session.context, new MDUser("ANNE"), true, session.outcome);
+        session.done();
         MDTaskHistory history = session.newHistory(task, INSTANT, 2);
         session.delete(task);
         for (String table : List.of("schedule_event", "task_schedule_event", "task_shared_schedule", "task_group_member",
@@ -724,15 +728,29 @@ abstract class RelationContract extends StoreFixture {
             session.outcome));
     }
 
-    /** Two notification actions of the task: with two contacts, and with one of them and a group. */
-    private void notify(MDTask task) {
-        for (int i = 1; i <= 2; i++) {
-            session.sql("INSERT INTO notification_action VALUES (?, ?, 0, ?, NULL, NULL, NULL, 1, 0, 1, 1)", 1000 + i,
-                task.getTaskID(), i);
-            session.sql("INSERT INTO notification_contact VALUES (?, 'bert', 1)", 1000 + i);
+    /** Two notification actions of the task: one tells two contacts, one tells one of them and a group. */
+    private List<MDNotificationAction> notify(MDTask task) {
+        for (String contact : List.of("ann", "bert")) {
+            Administration.putContact(session.context, contact, contact + "@example.org", null, session.outcome);
+            session.done();
         }
-        session.sql("INSERT INTO notification_contact VALUES (1001, 'ann', 2)");
-        session.sql("INSERT INTO notification_contact_group VALUES (1002, 'night shift', 1)");
+        Administration.putContactGroup(session.context, "night shift", new String[] {"ann"}, session.outcome);
+        session.done();
+        List<MDNotificationAction> actions = List.of(new MDNotificationAction(), new MDNotificationAction());
+        for (MDNotificationAction action : actions) {
+            task.addNotificationAction(session.context, action, session.outcome);
+            session.done();
+        }
+        contacts(actions.get(0), "bert", "ann");
+        Administration.setContacts(session.context, actions.get(1).getNotificationActionID(), new String[] {"bert"},
+            new String[] {"night shift"}, session.outcome);
+        session.done();
+        return actions;
+    }
+
+    private void contacts(MDNotificationAction action, String... names) {
+        Administration.setContacts(session.context, action.getNotificationActionID(), names, null, session.outcome);
+        session.done();
     }
 
     // Snapshots
@@ -759,13 +777,14 @@ abstract class RelationContract extends StoreFixture {
         MDScheduleEvent own = session.newRule(task);
         session.newAction(task, 1, next, sibling);
         session.newAction(task, 2, next);
-        notify(task);
+        List<MDNotificationAction> told = notify(task);
         MDTaskHistory history = session.newHistory(task, INSTANT + 1, 2);
         MDTaskSnapshot snapshot = history.retrieveTaskSnapshot(session.context, session.outcome);
         session.done();
         assertEquals(own.getScheduleEventID() + "," + shared.getScheduleEventID(), snapshot.getScheduleIDs());
         assertEquals(next.getTaskID() + "," + task.getTaskID() + ".3", snapshot.getFollowOnTaskIDs());
-        assertEquals("1001,1002", snapshot.getNotificationIDs());
+        assertEquals(told.get(0).getNotificationActionID() + "," + told.get(1).getNotificationActionID(),
+            snapshot.getNotificationIDs());
         assertEquals("bert, ann, night shift", snapshot.getContactNames());
         assertEquals(2, session.number("SELECT count(*) FROM task_snapshot"));
     }
@@ -781,11 +800,11 @@ abstract class RelationContract extends StoreFixture {
         snapshotsAfterTwoRuns(2, task);
         session.newAction(task, 1, next);
         snapshotsAfterTwoRuns(3, task);
-        notify(task);
+        MDNotificationAction told = notify(task).get(0);
         snapshotsAfterTwoRuns(4, task);
-        session.sql("DELETE FROM notification_contact WHERE contact_name = 'ann'");
+        contacts(told, "bert");
         snapshotsAfterTwoRuns(5, task);
-        session.sql("INSERT INTO notification_contact VALUES (1001, 'ann', 2)");
+        contacts(told, "bert", "ann");
         snapshotsAfterTwoRuns(5, task);
     }
 
