@@ -4,7 +4,8 @@
 
 namespace mesk::host {
 
-Administration::Administration(Session& session) : class_(session, "com/orvik/kelvo/mesk/admin/Administration") {}
+Administration::Administration(Session& session)
+    : session_(session), class_(session, "com/orvik/kelvo/mesk/admin/Administration") {}
 
 void Administration::createUser(const std::string& name, bool superuser, bool admin) {
   class_.call(fmt::format("adding user '{}'", name), "createUser", name, superuser, admin);
@@ -114,6 +115,16 @@ void Administration::addScheduleRule(long long scheduleID, long long ruleID) {
 
 void Administration::removeScheduleRule(long long scheduleID, long long ruleID) {
   class_.call("removing a rule from a shared schedule", "removeScheduleRule", scheduleID, ruleID);
+}
+
+std::vector<std::unique_ptr<MDTaskHistory>> Administration::steps(long long run) {
+  jobject list = nullptr;
+  class_.attemptObject("listSteps", "java/util/ArrayList", list, run);
+  class_.check(fmt::format("listing the steps of run {}", run), kStoreNothing);
+  std::vector<std::unique_ptr<MDTaskHistory>> records;
+  class_.each(list, [&](jobject element) { records.push_back(wrapped<MDTaskHistory>(session_.ctx(), element)); });
+  session_.ctx().env->DeleteLocalRef(list);
+  return records;
 }
 
 void Administration::recordFollowOn(long long run, long long followOnActionID, const TaskKey& task,

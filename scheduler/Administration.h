@@ -1,10 +1,12 @@
 // What the store knows and no record of libmesk expresses: users, groups, contacts, members, success codes.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include <mesk/history/MDTaskHistory.h>
 #include <scheduler/Session.h>
 #include <scheduler/StoreClass.h>
 
@@ -66,6 +68,9 @@ class Administration {
   void addScheduleRule(long long scheduleID, long long ruleID);
   void removeScheduleRule(long long scheduleID, long long ruleID);
 
+  /// The records of the steps of a group's run, in the order of their keys: of those alone that are directly its own.
+  std::vector<std::unique_ptr<MDTaskHistory>> steps(long long run);
+
   /// Says that an action fired on a task at the end of a run; that it did so already is a failure. `taskExecID` is
   /// the execution that it queued, -1 for none.
   void recordFollowOn(long long run, long long followOnActionID, const TaskKey& task, long long taskExecID);
@@ -73,6 +78,7 @@ class Administration {
  private:
   std::vector<std::string> names(const std::string& what, const char* method);
 
+  Session& session_;
   StoreClass class_;
 };
 

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include <mesk/history/MDTaskHistory.h>
+#include <mesk/history/MDTaskStatistic.h>
 #include <mesk/session/MDUtility.h>
 #include <mesk/tasks/MDTask.h>
 #include <platform/Clock.h>
@@ -110,7 +111,7 @@ Daemon::Daemon(const StoreAddress& address, DaemonOptions options)
       launcher_(client_),
       clockOffset_(clockMillis() - steadyMillis()) {
   MDUtility::initLatch();
-  scheduler_ = std::make_unique<Scheduler>(session_, launcher_, Scheduler::Options{options_.limit}, report);
+  scheduler_ = std::make_unique<Scheduler>(session_, launcher_, Scheduler::Options{.limit = options_.limit, .agent = options_.agent}, report);
 }
 
 Daemon::~Daemon() {
@@ -119,6 +120,7 @@ Daemon::~Daemon() {
   MDTask::freeLock();
   MDTaskExec::freeLock();
   MDTaskHistory::freeLock();
+  MDTaskStatistic::freeLock();
 }
 
 Daemon::End Daemon::run() {

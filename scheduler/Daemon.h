@@ -17,6 +17,7 @@ namespace mesk::host {
 
 struct DaemonOptions {
   std::string runner;                                          ///< the mesk-runner program
+  std::string agent;                                           ///< the program that runs warehouse tasks
   std::size_t limit = 4;                                       ///< runs at once
   std::int64_t stopTimeoutSeconds = 60;                        ///< how long a stop waits for runs
   std::int64_t keepHistorySeconds = std::int64_t{90} * 86400;  ///< 0 keeps it for ever

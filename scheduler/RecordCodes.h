@@ -55,7 +55,4 @@ enum EndCondition : int {
 
 enum FollowOnKind : int { kRunTask = 1, kEnableTask = 2, kDisableTask = 3 };
 
-/// What a notification sends; bits.
-enum MessageKind : int { kEmail = 1, kPager = 2 };
-
 }  // namespace mesk::host

@@ -15,7 +15,7 @@
 #include <mesk/tasks/MDTaskType.h>
 #include <platform/Clock.h>
 #include <scheduler/ShellWords.h>
-#include <scheduler/Units.h>
+#include <scheduler/Statistics.h>
 
 namespace mesk::host {
 namespace {
@@ -28,6 +28,11 @@ constexpr int kFailuresAtOnce = 3;
 
 /// The store's word for all tasks where it asks for one.
 constexpr long long kEveryTask = -1;
+
+/// In the place of a key of another record.
+constexpr long long kNone = -1;
+
+constexpr int kTaskRunning = 2;
 
 int seconds(std::int64_t millis) {
   return static_cast<int>(std::clamp<std::int64_t>((millis + 500) / 1000, 0, std::numeric_limits<int>::max()));
@@ -46,22 +51,39 @@ std::string storable(const std::string& output) {
   return result;
 }
 
-RunningStatus outcomeOf(const RunStatus& status) {
-  if (status.timedOut) return kRunTimeUp;
-  return status.returnCode == 0 && status.signal == 0 && status.failure.empty() ? kRunSucceeded : kRunFailed;
-}
+TaskKey keyOf(ThreadContext& ctx, const auto& record) { return {record.getTaskID(ctx), record.getSuffix(ctx)}; }
 
-/// The task's run options. Those that another program wrote wrongly count as the defaults, and the run says so.
-RunOptions optionsOf(Session& session, const MDTask& task, std::string* error = nullptr) {
-  try {
-    return RunOptions::fromJson(text(task.getAdditionalParameters(session.ctx())));
-  } catch (const FormatError& wrong) {
-    if (error != nullptr) *error = fmt::format("the run options of the task are wrong: {}", wrong.what());
-    return {};
-  }
+/// What started the run of an execution, in its history record.
+int invocationOf(ThreadContext& ctx, const MDTaskExec& exec) {
+  if (exec.getParentGroupingTaskExecID(ctx) != kNone) return kInvokedAsStep;
+  if (exec.getStartedByRunNow(ctx) == kByFollowOn) return kInvokedByFollowOn;
+  return exec.getInvocationMethod(ctx);
 }
 
 }  // namespace
+
+/// One record that cannot be read must not keep all others from running; a store that fails is not to be asked for each
+/// of them.
+class Scheduler::Failures {
+ public:
+  template <class Work>
+  void attempt(Work work) {
+    try {
+      work();
+    } catch (const std::exception&) {
+      last_ = std::current_exception();
+      ++count_;
+    }
+  }
+  bool tooMany() const { return count_ == kFailuresAtOnce; }
+  void rethrow() const {
+    if (last_) std::rethrow_exception(last_);
+  }
+
+ private:
+  std::exception_ptr last_;
+  int count_ = 0;
+};
 
 template <class Work>
 void Scheduler::transact(Work work) {
@@ -78,7 +100,17 @@ void Scheduler::transact(Work work) {
 }
 
 Scheduler::Scheduler(Session& session, RunLauncher& launcher, Options options, Report report)
-    : session_(session), launcher_(launcher), options_(options), report_(std::move(report)), upSince_(clockMillis()) {
+    : session_(session),
+      launcher_(launcher),
+      options_(std::move(options)),
+      report_(std::move(report)),
+      definitions_(session),
+      administration_(session),
+      outbox_(session),
+      followOns_(session, definitions_, administration_),
+      notifications_(session, administration_, outbox_),
+      groups_(session, administration_),
+      upSince_(clockMillis()) {
   int rc = 0;
   int sqlCode = 0;
   rules_ = std::make_unique<MDScheduleEventType>(session_.ctx(), session_.context(), rc, sqlCode);
@@ -98,6 +130,22 @@ void Scheduler::load() {
   for (const long long id : unsettled) {
     if (MDTaskExec* const exec = queue().search(id, 1)) recover(*exec);
   }
+  settleTasks();
+}
+
+/// A scheduler that died between marking a task as running and storing its run leaves the mark.
+void Scheduler::settleTasks() {
+  ThreadContext& ctx = session_.ctx();
+  for (const auto& task : session_.list<MDTask, MDTaskType>("the tasks")) {
+    if (task->getState(ctx) != kTaskRunning || task->getNumberOfExecutions(ctx) != 0) continue;
+    transact([&] {
+      int rc = 0;
+      int sqlCode = 0;
+      const auto fresh = wrapped<MDTask>(ctx, MDTaskType::retrieveTask(ctx, session_.context(), task->getTaskID(ctx),
+                                                                       task->getSuffix(ctx), rc, sqlCode));
+      if (session_.checkUnless(kStoreNotFound, rc, sqlCode, "reading a task")) updateTask(*fresh);
+    });
+  }
 }
 
 void Scheduler::recover(MDTaskExec& exec) {
@@ -115,7 +163,14 @@ void Scheduler::recover(MDTaskExec& exec) {
     return;
   }
   const AttemptID id{run, history->getRetryCount(ctx) + 1};
-  active_[id] = {exec.getTaskExecID(ctx), exec.getTaskID(ctx), exec.getSuffix(ctx)};
+  const bool group = history->getTaskType(ctx) == kGroupTask;
+  const long long root = history->getRootTaskHistoryID(ctx);
+  active_[id] = {.taskExecID = exec.getTaskExecID(ctx),
+                 .task = keyOf(ctx, exec),
+                 .parent = root == run ? 0 : root,
+                 .group = group,
+                 .look = group};
+  if (group) return;
   const RunnerState state = launcher_.adopt(id);
   if (std::holds_alternative<RunnerAlive>(state)) {
     report_(fmt::format("run {} is still going and is watched again", run));
@@ -152,6 +207,8 @@ void Scheduler::refresh() {
                         [this](const auto& exec) { return nextStart(*exec).has_value(); });
   queue().deleteAll(1);
   fillQueue(stored);
+  // What changed may have been a group.
+  for (auto& [id, active] : active_) active.look = active.group;
 }
 
 /// As `refresh`, in the order that the queue itself makes. It compares each with each, for which there is time at a
@@ -194,16 +251,27 @@ std::unique_ptr<MDTask> Scheduler::task(const MDTaskExec& exec) {
   return result;
 }
 
-bool Scheduler::isActive(const MDTaskExec& exec) const {
-  ThreadContext& ctx = session_.ctx();
-  const long long taskID = exec.getTaskID(ctx);
-  const int suffix = exec.getSuffix(ctx);
-  return std::any_of(active_.begin(), active_.end(),
-                     [&](const auto& entry) { return entry.second.taskID == taskID && entry.second.suffix == suffix; });
+bool Scheduler::isActive(const MDTaskExec& exec) const { return isActive(keyOf(session_.ctx(), exec)); }
+
+bool Scheduler::isActive(const TaskKey& task) const {
+  return std::any_of(active_.begin(), active_.end(), [&](const auto& entry) { return entry.second.task == task; });
+}
+
+std::size_t Scheduler::running() const {
+  return static_cast<std::size_t>(
+      std::count_if(active_.begin(), active_.end(), [](const auto& entry) { return !entry.second.group; }));
 }
 
 void Scheduler::startDue() {
-  if (active_.size() >= options_.limit) return;
+  Failures failures;
+  advanceGroups(failures);
+  startQueued(failures);
+  advanceGroups(failures);
+  failures.rethrow();
+}
+
+void Scheduler::startQueued(Failures& failures) {
+  if (full()) return;
   ThreadContext& ctx = session_.ctx();
   const std::int64_t now = clockMillis();
   std::vector<long long> due;
@@ -215,24 +283,123 @@ void Scheduler::startDue() {
     if (*start > now) break;
     due.push_back(exec->getTaskExecID(ctx));
   }
-  // One record that cannot be read must not keep all that come after it from running; a store that fails is not to be
-  // asked for each of them.
-  std::exception_ptr failure;
-  int failures = 0;
   for (const long long id : due) {
-    if (active_.size() >= options_.limit || failures == kFailuresAtOnce) break;
-    try {
-      begin(id, now);
-    } catch (const std::exception&) {
-      failure = std::current_exception();
-      ++failures;
+    if (full() || failures.tooMany()) break;
+    failures.attempt([&] { begin(id, now); });
+  }
+}
+
+/// Starts the steps that can start and ends the groups that have ended, until there are no more of either.
+void Scheduler::advanceGroups(Failures& failures) {
+  for (bool moved = true; moved;) {
+    moved = false;
+    std::vector<AttemptID> groups;
+    for (const auto& [id, active] : active_) {
+      if (active.look && !(active.waiting && full())) groups.push_back(id);
+    }
+    for (const AttemptID& id : groups) {
+      if (failures.tooMany()) return;
+      failures.attempt([&] { moved = advance(id) || moved; });
     }
   }
-  if (failure) std::rethrow_exception(failure);
+}
+
+/// Whether a step was started or the group has ended.
+bool Scheduler::advance(const AttemptID& id) {
+  ThreadContext& ctx = session_.ctx();
+  Active& group = active_.at(id);
+  GroupProgress progress = groups_.progress(group.task, id.run, within(id));
+  if (progress.ended) {
+    progress.status.endedMillis = clockMillis();
+    record(id, progress.status, progress.outcome, progress.journal);
+    return true;
+  }
+  bool moved = false;
+  group.look = false;  // the end of a step sets it, also of one that is started here and fails at once
+  group.waiting = false;
+  try {
+    for (const auto& member : progress.toStart) {
+      const TaskKey key = keyOf(ctx, *member);
+      const bool busy = isActive(key);
+      if (busy || full()) {
+        group.look = true;
+        group.waiting = group.waiting || !busy;
+      } else {
+        startStep(id, key);
+        moved = true;
+      }
+    }
+  } catch (...) {
+    group.look = true;
+    throw;
+  }
+  return moved;
+}
+
+/// The group's task and those of all groups that it is a step of.
+std::set<TaskKey> Scheduler::within(const AttemptID& group) const {
+  std::set<TaskKey> tasks;
+  for (auto found = active_.find(group); found != active_.end(); found = active_.find({found->second.parent, 1})) {
+    if (!tasks.insert(found->second.task).second) break;
+  }
+  return tasks;
+}
+
+/// A task that is marked as running is one commit, its run with the execution is the next. Between them nothing has
+/// begun, and `load` takes the mark away.
+void Scheduler::startStep(const AttemptID& group, const TaskKey& member) {
+  ThreadContext& ctx = session_.ctx();
+  const long long parentID = active_.at(group).taskExecID;
+  const std::int64_t now = clockMillis();
+  std::unique_ptr<MDTaskExec> exec;
+  std::optional<Start> start;
+  transact([&] {
+    int sqlCode = 0;
+    const auto parent = stored(parentID);
+    if (parent == nullptr) throw HostError(kExitFailure, fmt::format("run {} has no execution", group.run));
+    const long long execID = queue().getNewJobID(session_.context(), 1);
+    if (execID == kNone) throw HostError(kExitStoreFailed, "the store gave no key for an execution");
+    auto stamp = session_.timestamp(now);
+    MDTaskExec* made = nullptr;
+    const int rc = MDTaskExec::newStep(ctx, session_.context(), execID, member.id, member.suffix, &stamp, parent.get(),
+                                       made, sqlCode, nullptr);
+    exec.reset(made);
+    session_.check(rc, sqlCode, fmt::format("starting a step of run {}", group.run));
+
+    const auto task = this->task(*exec);
+    if (const std::string user = text(task->getUserID(ctx)); !user.empty()) exec->setUserID(ctx, user.c_str());
+    exec->setUseNotification(ctx, parent->getUseNotification(ctx));
+    exec->setUseTaskActions(ctx, parent->getUseTaskActions(ctx));
+    exec->setSharedNamedScheduleID(ctx, kNone);
+    exec->setParentGroupingTaskExecID(ctx, parentID);
+    exec->setIsRealStartTime(ctx, 1);
+    const long long run = newRun();
+    exec->setTaskHistoryID(ctx, run);
+    const std::string what = fmt::format("queueing a step of run {}", group.run);
+    session_.check(exec->insert(ctx, session_.context(), sqlCode), sqlCode, what);
+    insertHistory(*exec, *task, run, group.run, kRunRunning, now);
+    task->incrNumberOfExecutions(ctx);
+    markStarted(*task, now);
+    start = request(*exec, *task, {run, 1});
+    start->parent = group.run;
+  });
+  MDTaskExec* const entry = exec.release();
+  queue().insert(entry, 1);
+  launch(*start, *entry);
+}
+
+/// The task runs, since `now`.
+void Scheduler::markStarted(MDTask& task, std::int64_t now) {
+  ThreadContext& ctx = session_.ctx();
+  auto stamp = session_.timestamp(now);
+  task.setState(ctx, kTaskRunning);
+  task.setCurrentStartDateTime(ctx, &stamp);
+  task.setLastStart(ctx, &stamp);
+  updateTask(task);
 }
 
 std::optional<std::int64_t> Scheduler::nextDue() {
-  if (active_.size() >= options_.limit) return std::nullopt;
+  if (full()) return std::nullopt;
   ThreadContext& ctx = session_.ctx();
   const std::int64_t now = clockMillis();
   queue().iterateStart(1);
@@ -306,11 +473,12 @@ void Scheduler::giveWay(MDTaskExec& exec, bool claimed) {
   std::optional<std::int64_t> next;
   if (claimed && instant) {
     const long long ruleID = exec.getScheduleEventID(ctx);
+    const TaskKey task = keyOf(ctx, exec);  // the rule may be one of a shared schedule
     const bool fromEnd = rescheduleStatus(exec) == 1;
     const auto others = storedExecutions();
     const bool represented = std::any_of(others.begin(), others.end(), [&](const auto& other) {
       return other->getTaskExecID(ctx) != id && other->getScheduleEventID(ctx) == ruleID &&
-             (other->getTaskHistoryID(ctx) == -1 || fromEnd);
+             keyOf(ctx, *other) == task && (other->getTaskHistoryID(ctx) == -1 || fromEnd);
     });
     if (!represented) next = nextAfter(exec, *instant);
   }
@@ -348,34 +516,34 @@ std::optional<Scheduler::Start> Scheduler::claim(MDTaskExec& exec, std::int64_t 
     return std::nullopt;
   }
 
-  int attempt = 1;
-  long long run = resumed;
+  AttemptID id{resumed, 1};
+  long long root = resumed;
   auto startStamp = session_.timestamp(now);
-  exec.setStatus(ctx, kExecRunning);
+  exec.setStatus(ctx, exec.getParentGroupingTaskExecID(ctx) == kNone ? kExecRunning : kExecStep);
   exec.setStartTime(ctx, &startStamp);
   exec.setIsRealStartTime(ctx, 1);
   if (resumed == -1) {
-    run = claimInstant(exec);
-    insertHistory(exec, *task, run, kRunRunning, now);
+    id.run = root = claimInstant(exec);
+    insertHistory(exec, *task, id.run, root, kRunRunning, now);
     task->incrNumberOfExecutions(ctx);
   } else {
-    session_.check(exec.update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("resuming run {}", run));
+    session_.check(exec.update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("resuming run {}", id.run));
     int rc = 0;
     MDTaskHistoryType home(ctx, session_.context(), rc, sqlCode);
-    const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), run, rc, sqlCode));
-    session_.check(rc, sqlCode, fmt::format("reading run {}", run));
-    attempt = history->getRetryCount(ctx) + 1;
+    const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), id.run, rc, sqlCode));
+    session_.check(rc, sqlCode, fmt::format("reading run {}", id.run));
+    id.attempt = history->getRetryCount(ctx) + 1;
+    root = history->getRootTaskHistoryID(ctx);
     history->setRunningStatus(ctx, kRunRunning);
-    session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", run));
+    session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", id.run));
   }
-  task->setState(ctx, 2);
-  task->setCurrentStartDateTime(ctx, &startStamp);
-  task->setLastStart(ctx, &startStamp);
   if (resumed == -1 && instant && rescheduleStatus(exec) == 2) {
     queueNext(exec, *session_.millis(exec.getOriginalScheduleTime(ctx)));
   }
-  updateTask(*task);
-  return request(exec, *task, options, {run, attempt});
+  markStarted(*task, now);
+  Start start = request(exec, *task, id);
+  start.parent = root == id.run ? 0 : root;
+  return start;
 }
 
 /// Records the instants that passed without a run. `kRun`: the execution's instant is to be run now. `kWait`: it
@@ -432,12 +600,12 @@ void Scheduler::recordMissed(MDTaskExec& exec, MDTask& task, std::int64_t instan
   ThreadContext& ctx = session_.ctx();
   exec.setStatus(ctx, kExecRunning);
   const long long run = claimInstant(exec);
-  insertHistory(exec, task, run, kRunMissed, instant);
+  insertHistory(exec, task, run, run, kRunMissed, instant);
   report_(fmt::format("task {}: an instant was missed: {} (run {})", text(task.getTaskName(ctx)), why, run));
 }
 
-/// Gives the execution a history key and claims its instant for it.
-long long Scheduler::claimInstant(MDTaskExec& exec) {
+/// The key of a history record that is to be made.
+long long Scheduler::newRun() {
   ThreadContext& ctx = session_.ctx();
   int rc = 0;
   int sqlCode = 0;
@@ -445,20 +613,29 @@ long long Scheduler::claimInstant(MDTaskExec& exec) {
   session_.check(rc, sqlCode, "making a history record");
   const long long run = history.getReferenceID(ctx, session_.context(), rc, sqlCode);
   session_.check(rc, sqlCode, "taking a key");
+  return run;
+}
+
+/// Gives the execution a history key and claims its instant for it.
+long long Scheduler::claimInstant(MDTaskExec& exec) {
+  ThreadContext& ctx = session_.ctx();
+  int sqlCode = 0;
+  const long long run = newRun();
   exec.setTaskHistoryID(ctx, run);
   session_.check(exec.update(ctx, session_.context(), sqlCode), sqlCode,
                  fmt::format("claiming execution {}", exec.getTaskExecID(ctx)));
   return run;
 }
 
-void Scheduler::insertHistory(MDTaskExec& exec, MDTask& task, long long run, RunningStatus status, std::int64_t start) {
+void Scheduler::insertHistory(MDTaskExec& exec, MDTask& task, long long run, long long root, RunningStatus status,
+                              std::int64_t start) {
   ThreadContext& ctx = session_.ctx();
   int rc = 0;
   int sqlCode = 0;
   MDTaskHistory history(ctx, session_.context(), rc, sqlCode);
   session_.check(rc, sqlCode, "making a history record");
   history.setTaskHistoryID(ctx, run);
-  history.setRootTaskHistoryID(ctx, run);
+  history.setRootTaskHistoryID(ctx, root);
   history.setTaskID(ctx, exec.getTaskID(ctx));
   history.setSuffix(ctx, exec.getSuffix(ctx));
   history.setTaskName(ctx, text(task.getTaskName(ctx)).c_str());
@@ -468,7 +645,7 @@ void Scheduler::insertHistory(MDTaskExec& exec, MDTask& task, long long run, Run
   history.setTaskCategory(ctx, text(task.getTaskCategory(ctx)).c_str());
   history.setUserID(ctx, text(exec.getUserID(ctx)).c_str());
   history.setScriptContentString(ctx, text(task.getScriptContentString(ctx)).c_str());
-  history.setInvocationMethod(ctx, exec.getInvocationMethod(ctx));
+  history.setInvocationMethod(ctx, invocationOf(ctx, exec));
   history.setRunningStatus(ctx, status);
   auto stamp = session_.timestamp(start);
   history.setStart(ctx, &stamp);
@@ -479,15 +656,22 @@ void Scheduler::insertHistory(MDTaskExec& exec, MDTask& task, long long run, Run
   session_.check(history.insert(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", run));
 }
 
-Scheduler::Start Scheduler::request(MDTaskExec& exec, MDTask& task, const RunOptions& options, const AttemptID& id) {
+Scheduler::Start Scheduler::request(MDTaskExec& exec, MDTask& task, const AttemptID& id) {
   ThreadContext& ctx = session_.ctx();
-  Start start{id, {}, {}};
-  optionsOf(session_, task, &start.refusal);
+  Start start{.id = id};
+  const RunOptions options = optionsOf(session_, task, &start.refusal);
+  const int type = task.getTaskType(ctx);
+  start.group = type == kGroupTask;
+  if (start.group) return start;
   RunRequest& request = start.request;
-  if (const std::string processor = text(task.getCommandProcessor(ctx)); !processor.empty()) {
-    request.processor = processor;
+  if (type == kWarehouseTask) {
+    request.processor = options_.agent;
+  } else {
+    if (const std::string processor = text(task.getCommandProcessor(ctx)); !processor.empty()) {
+      request.processor = processor;
+    }
+    request.script = text(task.getScriptContentString(ctx));
   }
-  request.script = text(task.getScriptContentString(ctx));
   request.directory = text(task.getWorkingDir(ctx));
   request.user = text(exec.getUserID(ctx));
   request.environment = options.environment;
@@ -509,9 +693,14 @@ Scheduler::Start Scheduler::request(MDTaskExec& exec, MDTask& task, const RunOpt
 
 void Scheduler::launch(const Start& start, const MDTaskExec& exec) {
   ThreadContext& ctx = session_.ctx();
-  active_[start.id] = {exec.getTaskExecID(ctx), exec.getTaskID(ctx), exec.getSuffix(ctx)};
+  active_[start.id] = {.taskExecID = exec.getTaskExecID(ctx),
+                       .task = keyOf(ctx, exec),
+                       .parent = start.parent,
+                       .group = start.group,
+                       .look = start.group};
   std::string failure = start.refusal;
   if (failure.empty()) {
+    if (start.group) return;
     try {
       launcher_.start(start.id, start.request);
       return;
@@ -527,8 +716,9 @@ void Scheduler::launch(const Start& start, const MDTaskExec& exec) {
 }
 
 void Scheduler::finished(const AttemptID& id, const RunStatus& status) {
-  if (!active_.contains(id)) return;
-  record(id, status, outcomeOf(status), storable(launcher_.output(id)));
+  const auto found = active_.find(id);
+  if (found == active_.end()) return;
+  record(id, status, std::nullopt, found->second.group ? "" : storable(launcher_.output(id)));
 }
 
 void Scheduler::vanished(const AttemptID& id, const std::string& why) {
@@ -540,8 +730,10 @@ void Scheduler::vanished(const AttemptID& id, const std::string& why) {
   record(id, status, kRunInterrupted, storable(launcher_.output(id)));
 }
 
-/// Ends an attempt in the store: its result, and either a retry or the end of the run with all that follows.
-void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStatus outcome, const std::string& output) {
+/// Ends an attempt in the store: its result, and either a retry or the end of the run with all that follows. How it
+/// went is `known`, or what the task's success codes say.
+void Scheduler::record(const AttemptID& id, const RunStatus& status, std::optional<RunningStatus> known,
+                       const std::string& output) {
   ThreadContext& ctx = session_.ctx();
   const Active active = active_.at(id);
   MDTaskExec* const exec = queue().search(active.taskExecID, 1);
@@ -549,10 +741,14 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
     throw HostError(kExitFailure, fmt::format("run {} has no execution in the queue", id.run));
   }
   bool retried = false;
+  FollowOns::Fired fired;
+  Notifications::Told told;
+  const StatisticsLatched latched;
   transact([&] {
     int rc = 0;
     int sqlCode = 0;
     const auto task = this->task(*exec);
+    const RunningStatus outcome = known ? *known : outcomeOf(session_, *task, status);
     MDTaskHistoryType home(ctx, session_.context(), rc, sqlCode);
     const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), id.run, rc, sqlCode));
     session_.check(rc, sqlCode, fmt::format("reading run {}", id.run));
@@ -570,6 +766,10 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
     result.setStart(ctx, &startStamp);
     result.setEnd(ctx, &endStamp);
     result.setDuration(ctx, seconds(ended - started));
+    const int rows = clamped(status.rows.value_or(0));
+    const int bytes = clamped(status.bytes.value_or(status.outputBytes));
+    result.setRowCount(ctx, rows);
+    result.setByteCount(ctx, bytes);
     result.setExecutionResultsString(ctx, (output.empty() ? status.failure : output).c_str());
     session_.check(history->addTaskResult(ctx, session_.context(), result, sqlCode), sqlCode,
                    fmt::format("recording the result of run {}", id.run));
@@ -580,13 +780,18 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
     if (status.timedOut) journal += "\nEnded because its time was up.\n";
     history->appendJournalResult(ctx, journal.c_str());
     history->setReturnCode(ctx, status.returnCode);
+    history->setRowCount(ctx, clamped(std::int64_t{history->getRowCount(ctx)} + rows));
+    history->setByteCount(ctx, clamped(std::int64_t{history->getByteCount(ctx)} + bytes));
 
+    const RunOptions options = optionsOf(session_, *task);
     const bool failed = outcome == kRunFailed || outcome == kRunTimeUp;
-    retried = failed && id.attempt <= task->getRetryCount(ctx);
+    const bool rerun = outcome == kRunInterrupted && options.interrupted == RunOptions::Interrupted::kRerun;
+    // A step has one record in its group's run. A group is not tried again: its steps are, each for itself.
+    retried = !active.group && ((failed && id.attempt <= task->getRetryCount(ctx)) || (rerun && active.parent != 0));
     if (retried) {
       history->setRunningStatus(ctx, kRunWaiting);
       history->setRetryCount(ctx, id.attempt);
-      const std::int64_t again = ended + std::int64_t{task->getRetryInterval(ctx)} * 1000;
+      const std::int64_t again = rerun ? ended : ended + std::int64_t{task->getRetryInterval(ctx)} * 1000;
       auto againStamp = session_.timestamp(again);
       exec->setStatus(ctx, kExecQueued);
       exec->setNextStartDateTime(ctx, &againStamp);
@@ -595,13 +800,10 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
                      fmt::format("recording run {}", id.run));
       return;
     }
-    history->setBrixInfo(ctx, session_.context());
     history->setRunningStatus(ctx, outcome);
     history->setEnd(ctx, &endStamp);
     history->setDuration(ctx, seconds(ended - session_.millis(history->getStart(ctx)).value_or(started)));
-    session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", id.run));
 
-    const RunOptions options = optionsOf(session_, *task);
     task->decrNumberOfExecutions(ctx);
     task->setLastEnd(ctx, &endStamp);
     task->setLastDuration(ctx, seconds(ended - started));
@@ -611,14 +813,35 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, RunningStat
     task->setLastExecutionResultsString(ctx, output.c_str());
     const bool scheduled = session_.millis(exec->getOriginalScheduleTime(ctx)).has_value();
     if (scheduled && task->getScheduleEnable(ctx) != 0 && rescheduleStatus(*exec) == 1) queueNext(*exec, ended);
-    if (outcome == kRunInterrupted && options.interrupted == RunOptions::Interrupted::kRerun) queueRerun(*exec, ended);
+    if (rerun) queueRerun(*exec, ended);
     session_.check(exec->deleteIt(ctx, session_.context(), sqlCode), sqlCode, "removing an execution that has ended");
     updateTask(*task);
+
+    const RunEnd end{*task, *exec, *history, id.run, outcome, ended, output};
+    fired = followOns_.fire(end, [&](Execution execution, MDTask& target) {
+      successors_.push_back(execution.id);
+      queue().insert(execution.record.release(), 1);
+      updateTask(target);
+    });
+    if (!fired.results.empty()) history->setFollowOnActionResultsString(ctx, fired.results.c_str());
+    told = notifications_.tell(end);
+    if (!told.results.empty()) history->setNotificationResultsString(ctx, told.results.c_str());
+    session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", id.run));
+    addToStatistic(session_, end);
   });
   active_.erase(id);
-  launcher_.forget(id);
+  if (!active.group) launcher_.forget(id);
+  if (const auto parent = active_.find({active.parent, 1}); parent != active_.end()) parent->second.look = true;
   std::unique_ptr<MDTaskExec> done(queue().deleteIt(active.taskExecID, 1));
-  if (retried) queue().insert(done.release(), 1);
+  if (retried) {
+    queue().insert(done.release(), 1);
+    return;
+  }
+  for (const auto& troubles : {fired.troubles, told.troubles}) {
+    for (const std::string& trouble : troubles) report_(trouble);
+  }
+  if (told.messages > 0 && options_.mail) options_.mail();
+  if (fired.switched) refresh();
 }
 
 /// The execution's rule; null when it has none, or when that was removed.
@@ -664,6 +887,8 @@ void Scheduler::queueSuccessor(MDTaskExec& exec, std::int64_t start, bool schedu
     next->setAdditionalParameters(ctx, text(exec.getAdditionalParameters(ctx)).c_str());
   }
   next->setStartTime(ctx, nullptr);
+  next->setUseNotification(ctx, scheduled ? 1 : exec.getUseNotification(ctx));
+  next->setUseTaskActions(ctx, scheduled ? 1 : exec.getUseTaskActions(ctx));
   int sqlCode = 0;
   session_.check(next->update(ctx, session_.context(), sqlCode), sqlCode, "queueing the next execution");
   successors_.push_back(next->getTaskExecID(ctx));

@@ -7,6 +7,12 @@
 //      |                 |---finished badly, retries left--> queued again, with the same history record
 //      |                 '---scheduler and runner gone--> history says interrupted
 //      '--a later instant of the rule passed too, and the task wants no replay--> history says missed
+//
+// A group is claimed as any run is, but has no process: stage by stage its steps are started, and when the last has
+// ended, so has the group. How far it is stands in the records of its steps alone.
+//
+// What follows the end of a run - its statistic, follow-on actions, messages - is part of the transaction that records
+// the end: each happens once for each run, or not at all.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +20,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,7 +29,14 @@
 #include <mesk/schedule/MDScheduleEvent.h>
 #include <mesk/schedule/MDScheduleEventType.h>
 #include <mesk/tasks/MDTask.h>
+#include <scheduler/Administration.h>
+#include <scheduler/Definitions.h>
+#include <scheduler/FollowOns.h>
+#include <scheduler/Groups.h>
+#include <scheduler/Notifications.h>
+#include <scheduler/Outbox.h>
 #include <scheduler/RecordCodes.h>
+#include <scheduler/RunEnd.h>
 #include <scheduler/RunLauncher.h>
 #include <scheduler/RunOptions.h>
 #include <scheduler/Session.h>
@@ -36,7 +50,9 @@ inline constexpr std::int64_t kMissedGraceMillis = 60'000;
 class Scheduler {
  public:
   struct Options {
-    std::size_t limit = 4;  ///< runs at once
+    std::size_t limit = 4;       ///< processes at once; groups have none
+    std::string agent;           ///< the program that runs warehouse tasks
+    std::function<void()> mail;  ///< called when messages have come into the outbox; may be empty
   };
   /// What people may want to know, a line each.
   using Report = std::function<void(const std::string&)>;
@@ -74,32 +90,50 @@ class Scheduler {
   /// Nothing runs, nothing is due, and no run waits for a retry.
   bool idle();
 
-  std::size_t running() const { return active_.size(); }
+  /// The number of processes.
+  std::size_t running() const;
 
   /// Removes the history of all runs that started before `millis` and have ended.
   void prune(std::int64_t millis);
 
  private:
   struct Active {
-    long long taskExecID;
-    long long taskID;
-    int suffix;
+    long long taskExecID = 0;
+    TaskKey task;
+    long long parent = 0;  ///< run of the group that it is a step of; 0: none
+    bool group = false;
+    // Of a group:
+    bool look = false;     ///< its progress is to be looked at
+    bool waiting = false;  ///< a step waits for nothing but the limit
   };
   struct Start {
     AttemptID id;
-    RunRequest request;
-    std::string refusal;  ///< why it cannot even be tried
+    long long parent = 0;
+    bool group = false;
+    RunRequest request = {};
+    std::string refusal = {};  ///< why it cannot even be tried
   };
 
   MDTaskExecList& queue() { return *MDTaskExecList::getInstance(); }
   std::optional<std::int64_t> nextStart(const MDTaskExec& exec);
   std::unique_ptr<MDTask> task(const MDTaskExec& exec);
   bool isActive(const MDTaskExec& exec) const;
+  bool isActive(const TaskKey& task) const;
+  bool full() const { return running() >= options_.limit; }
   std::vector<std::unique_ptr<MDTaskExec>> storedExecutions();
   void fillSorted();
   void fillQueue(std::vector<std::unique_ptr<MDTaskExec>>& executions);
   std::unique_ptr<MDTaskExec> stored(long long taskExecID);
   std::unique_ptr<MDScheduleEvent> rule(const MDTaskExec& exec);
+
+  class Failures;
+  void startQueued(Failures& failures);
+  void advanceGroups(Failures& failures);
+  bool advance(const AttemptID& id);
+  std::set<TaskKey> within(const AttemptID& group) const;
+  void startStep(const AttemptID& group, const TaskKey& member);
+  void markStarted(MDTask& task, std::int64_t now);
+  void settleTasks();
 
   void begin(long long taskExecID, std::int64_t now);
   std::optional<Start> claim(MDTaskExec& exec, std::int64_t now);
@@ -107,13 +141,16 @@ class Scheduler {
   enum class Turn { kRun, kWait, kSettled };
   Turn passOver(MDTaskExec& exec, MDTask& task, const RunOptions& options, std::int64_t now);
   void recordMissed(MDTaskExec& exec, MDTask& task, std::int64_t instant, const std::string& why);
+  long long newRun();
   long long claimInstant(MDTaskExec& exec);
-  void insertHistory(MDTaskExec& exec, MDTask& task, long long run, RunningStatus status, std::int64_t start);
-  Start request(MDTaskExec& exec, MDTask& task, const RunOptions& options, const AttemptID& id);
+  void insertHistory(MDTaskExec& exec, MDTask& task, long long run, long long root, RunningStatus status,
+                     std::int64_t start);
+  Start request(MDTaskExec& exec, MDTask& task, const AttemptID& id);
   void launch(const Start& start, const MDTaskExec& exec);
   void recover(MDTaskExec& exec);
 
-  void record(const AttemptID& id, const RunStatus& status, RunningStatus outcome, const std::string& output);
+  void record(const AttemptID& id, const RunStatus& status, std::optional<RunningStatus> known,
+              const std::string& output);
   std::optional<std::int64_t> nextAfter(MDTaskExec& exec, std::int64_t instant);
   void queueNext(MDTaskExec& exec, std::int64_t instant);
   void queueRerun(MDTaskExec& exec, std::int64_t now);
@@ -130,6 +167,12 @@ class Scheduler {
   RunLauncher& launcher_;
   Options options_;
   Report report_;
+  Definitions definitions_;
+  Administration administration_;
+  Outbox outbox_;
+  FollowOns followOns_;
+  Notifications notifications_;
+  Groups groups_;
   std::unique_ptr<MDScheduleEventType> rules_;
   std::map<AttemptID, Active> active_;
   std::int64_t upSince_;               ///< no instant since then passed unseen

@@ -69,6 +69,19 @@ class Session {
     return records;
   }
 
+  /// The records that an operation lists which takes the outputs array, count and SQL code, owned; `what` names them.
+  template <class Record, class Retrieve>
+  std::vector<std::unique_ptr<Record>> related(const std::string& what, Retrieve retrieve) {
+    Record** items = nullptr;
+    int count = 0;
+    int sqlCode = 0;
+    const int rc = retrieve(items, count, sqlCode);
+    auto records = owned(items, count);
+    check(rc, sqlCode, "listing " + what);
+    std::erase(records, nullptr);
+    return records;
+  }
+
   void commit();
   void rollback();
 

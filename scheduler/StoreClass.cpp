@@ -122,13 +122,7 @@ std::string StoreClass::textOf(jobject string) {
 
 std::vector<std::string> StoreClass::textsOf(jobject list) {
   std::vector<std::string> texts;
-  if (list == nullptr) return texts;
-  JNIEnv* const env = session_.ctx().env;
-  const jclass type = env->GetObjectClass(list);
-  const jmethodID toArray = env->GetMethodID(type, "toArray", "()[Ljava/lang/Object;");
-  const auto array = static_cast<jobjectArray>(env->CallObjectMethod(list, toArray));
-  const jsize length = array == nullptr ? 0 : env->GetArrayLength(array);
-  for (jsize i = 0; i < length; ++i) texts.push_back(textOf(env->GetObjectArrayElement(array, i)));
+  each(list, [&](jobject element) { texts.push_back(textOf(element)); });
   return texts;
 }
 

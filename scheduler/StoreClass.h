@@ -55,6 +55,18 @@ class StoreClass {
     return code_;
   }
 
+  /// Hands each element of an ArrayList (null: none) over to `take` as a local reference.
+  template <class Take>
+  void each(jobject list, Take take) {
+    if (list == nullptr) return;
+    const Frame frame(session_.ctx().env, kReferences);
+    JNIEnv* const env = session_.ctx().env;
+    const jmethodID toArray = env->GetMethodID(env->GetObjectClass(list), "toArray", "()[Ljava/lang/Object;");
+    const auto array = static_cast<jobjectArray>(env->CallObjectMethod(list, toArray));
+    const jsize length = array == nullptr ? 0 : env->GetArrayLength(array);
+    for (jsize i = 0; i < length; ++i) take(env->GetObjectArrayElement(array, i));
+  }
+
   /// Throws StoreError, with what the store says of it, unless the last call's code is 0 or `allowed`. Answers whether
   /// it was 0.
   bool check(const std::string& what, int allowed = 0);

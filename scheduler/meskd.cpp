@@ -61,6 +61,7 @@ int run(int argc, char** argv) {
   std::string keepHistory = "90d";
   DaemonOptions options;
   options.runner = programBeside("mesk-runner");
+  options.agent = programBeside("mesk-agent");
   app.add_option("--store", store, "The store: a file, or a JDBC URL. Default: the environment variable MESK_STORE")
       ->type_name("FILE-OR-URL");
   app.add_option("--limit", options.limit, "Runs at once")->check(CLI::Range(1, 1000))->capture_default_str();

@@ -101,7 +101,7 @@ class SchedulerTest : public testing::Test {
 
   Scheduler& scheduler() {
     if (scheduler_ == nullptr) {
-      scheduler_ = std::make_unique<Scheduler>(*session_, launcher_, Scheduler::Options{limit_},
+      scheduler_ = std::make_unique<Scheduler>(*session_, launcher_, Scheduler::Options{.limit = limit_, .agent = "/opt/agent", .mail = [this] { ++mails_; }},
                                                [this](auto line) { reports_.push_back(line); });
       scheduler_->load();
     }

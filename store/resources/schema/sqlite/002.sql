@@ -38,6 +38,9 @@ CREATE TABLE task_group_member (
   FOREIGN KEY (member_task_id, member_suffix) REFERENCES task (task_id, suffix)
 ) WITHOUT ROWID;
 CREATE INDEX task_group_member_by_member ON task_group_member (member_task_id, member_suffix);
+-- The records of the steps of a group's run.
+CREATE INDEX task_history_by_root ON task_history (root_task_history_id)
+  WHERE root_task_history_id <> task_history_id;
 CREATE TABLE success_code_set (
   success_code_set_id INTEGER NOT NULL PRIMARY KEY,
   version INTEGER NOT NULL

@@ -3,6 +3,7 @@ package com.orvik.kelvo.mesk.admin;
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
+import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
 import com.orvik.kelvo.mesk.metadata.TaskRelations;
 import com.orvik.kelvo.mesk.store.Database;
 import com.orvik.kelvo.mesk.store.Operation;
@@ -219,6 +220,13 @@ public final class Administration {
             requireRight(database, context, ran[0], (int) ran[1], Rights.EXECUTE);
             TaskRelations.recordFollowOn(database, taskHistoryID, followOnActionID, taskID, suffix, taskExecID);
         });
+    }
+
+    /** The histories of the steps that belong directly to a group's run, in the order of their keys; 30013 if none. */
+    public static ArrayList<?> listSteps(Context context, long taskHistoryID, PARLException exception) {
+        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> database.list(
+            MDTaskHistory::new, "WHERE root_task_history_id = ? AND root_task_history_id <> task_history_id"
+            + " ORDER BY task_history_id", taskHistoryID));
     }
 
     private static ArrayList<String> names(Context context, PARLException exception, String query,
