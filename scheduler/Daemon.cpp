@@ -111,7 +111,8 @@ Daemon::Daemon(const StoreAddress& address, DaemonOptions options)
       launcher_(client_),
       clockOffset_(clockMillis() - steadyMillis()) {
   MDUtility::initLatch();
-  scheduler_ = std::make_unique<Scheduler>(session_, launcher_, Scheduler::Options{.limit = options_.limit, .agent = options_.agent}, report);
+  scheduler_ = std::make_unique<Scheduler>(
+      session_, launcher_, Scheduler::Options{.limit = options_.limit, .agent = options_.agent}, report);
 }
 
 Daemon::~Daemon() {

@@ -50,9 +50,9 @@ inline constexpr std::int64_t kMissedGraceMillis = 60'000;
 class Scheduler {
  public:
   struct Options {
-    std::size_t limit = 4;       ///< processes at once; groups have none
-    std::string agent;           ///< the program that runs warehouse tasks
-    std::function<void()> mail;  ///< called when messages have come into the outbox; may be empty
+    std::size_t limit = 4;            ///< processes at once; groups have none
+    std::string agent = {};           ///< the program that runs warehouse tasks
+    std::function<void()> mail = {};  ///< called when messages have come into the outbox; may be empty
   };
   /// What people may want to know, a line each.
   using Report = std::function<void(const std::string&)>;

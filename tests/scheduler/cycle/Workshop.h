@@ -101,8 +101,10 @@ class SchedulerTest : public testing::Test {
 
   Scheduler& scheduler() {
     if (scheduler_ == nullptr) {
-      scheduler_ = std::make_unique<Scheduler>(*session_, launcher_, Scheduler::Options{.limit = limit_, .agent = "/opt/agent", .mail = [this] { ++mails_; }},
-                                               [this](auto line) { reports_.push_back(line); });
+      scheduler_ = std::make_unique<Scheduler>(
+          *session_, launcher_,
+          Scheduler::Options{.limit = limit_, .agent = "/opt/agent", .mail = [this] { ++mails_; }},
+          [this](auto line) { reports_.push_back(line); });
       scheduler_->load();
     }
     return *scheduler_;
@@ -247,6 +249,7 @@ class SchedulerTest : public testing::Test {
   std::unique_ptr<Scheduler> scheduler_;
   std::vector<std::string> reports_;
   std::size_t limit_ = 4;
+  int mails_ = 0;  ///< how often the scheduler said that there are messages
   std::int64_t startedAt_ = kStart;
 };
 
