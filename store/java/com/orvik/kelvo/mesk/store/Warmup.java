@@ -2,8 +2,12 @@ package com.orvik.kelvo.mesk.store;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.admin.Administration;
+import com.orvik.kelvo.mesk.metadata.MDFollowOnAction;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
+import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
+import com.orvik.kelvo.mesk.metadata.MDSuccessCodeSet;
 import com.orvik.kelvo.mesk.metadata.MDTask;
 import com.orvik.kelvo.mesk.metadata.MDTaskExec;
 import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
@@ -46,6 +50,18 @@ public final class Warmup {
         check(exception);
         task.addScheduleEvent(context, rule, exception);
         check(exception);
+        MDSharedNamedSchedule schedule = new MDSharedNamedSchedule(context, exception);
+        schedule.setSharedScheduleName("warm up");
+        schedule.insert(context, exception);
+        schedule.addScheduleEvent(context, rule, exception);
+        task.addSharedNamedSchedule(context, schedule, exception);
+        check(exception);
+        MDFollowOnAction action = new MDFollowOnAction(context, exception);
+        task.addFollowOnAction(context, action, exception);
+        action.addTask(context, task, exception);
+        check(exception);
+        Administration.setSuccessCodes(context, task.getTaskID(), 0, new int[] {0}, new String[] {"="}, exception);
+        check(exception);
         MDTaskExec run = new MDTaskExec(context, exception);
         run.setTaskID(task.getTaskID());
         run.setScheduleEventID(rule.getScheduleEventID());
@@ -72,6 +88,15 @@ public final class Warmup {
         new MDTaskType(context, exception).retrieveList(context, exception);
         new MDScheduleEventType(context, exception).retrieveList(context, exception);
         task.retrieveScheduleEventList(context, exception);
+        task.retrieveSharedNamedScheduleList(context, exception);
+        schedule.retrieveScheduleEventList(context, exception);
+        task.retrieveFollowOnActionList(context, exception);
+        action.retrieveTaskList(context, exception);
+        for (Object set : task.retrieveSuccessCodeSetList(context, exception)) {
+            ((MDSuccessCodeSet) set).retrieveCodeConditionList(context, exception);
+        }
+        check(exception);
+        task.retrieveTaskGroupMemberList(context, exception);
         new MDTaskExecType(context, exception).retrieveList(context, exception);
         new MDTaskHistoryType(context, exception).retrieveList(context, exception);
         history.retrieveTaskSnapshot(context, exception);

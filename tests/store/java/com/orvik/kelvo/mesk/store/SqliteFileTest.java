@@ -8,23 +8,34 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.admin.Administration;
+import com.orvik.kelvo.mesk.admin.Outbox;
+import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
+import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
+import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
 import com.orvik.kelvo.mesk.metadata.MDTask;
 import com.orvik.kelvo.mesk.metadata.MDTaskExec;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
+import com.orvik.kelvo.mesk.metadata.MDTaskResult;
+import com.orvik.kelvo.mesk.metadata.MDTaskStatistic;
 import com.orvik.kelvo.mesk.metadata.MDTaskType;
+import com.orvik.kelvo.mesk.metadata.MDUser;
 import com.orvik.kelvo.mesk.metadata.MDUtility;
 import com.orvik.kelvo.tools.conn.ConnectionPoolManager;
 import java.io.File;
 import java.io.IOException;
+import java.io.InputStream;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermissions;
 import java.sql.Connection;
 import java.sql.DriverManager;
+import java.sql.ResultSet;
 import java.sql.SQLException;
 import java.sql.Statement;
+import java.sql.Timestamp;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -215,6 +226,112 @@ final class SqliteFileTest {
         assertEquals(StoreCodes.OK, connect(url()));
         raw("DELETE FROM store_schema");
         assertEquals(StoreCodes.DAMAGED, connect(url()));
+    }
+
+    @Test
+    void aStoreOfTheFirstReleaseIsUpgradedAndKeepsAll() throws Exception {
+        long taskID;
+        long ruleID;
+        String current = "jdbc:sqlite:" + folder.resolve("current.mesk");
+        try (Session session = new Session(current)) {
+            Administration.createGroup(session.context, "night", session.outcome);
+            Administration.addMember(session.context, "night", "root", session.outcome);
+            session.done();
+            session.commit();
+            MDUtility.markedByScheduler(current, null, "root", null, "first", session.outcome);
+            session.done();
+            MDTask task = session.newTask("kept");
+            task.setPasswordString("open sesame");
+            task.setScriptContentString("echo kept");
+            session.update(task);
+            task.setExecutePermission(session.context, new MDUser("ANNE"), true, session.outcome);
+            MDScheduleEvent rule = session.newRule(task);
+            MDTaskExec run = session.newRun(task, rule, 1_700_000_000_000L);
+            session.newRun(task, rule, 1_700_000_060_000L);
+            MDTaskHistory history = session.newHistory(task, 1_700_000_000_000L, 2);
+            history.addTaskResult(session.context, new MDTaskResult(), session.outcome);
+            session.done();
+            run.setTaskHistoryID(history.getTaskHistoryID());
+            run.setStatus(2);
+            session.update(run);
+            session.commit();
+            taskID = task.getTaskID();
+            ruleID = rule.getScheduleEventID();
+        }
+        List<String> tables = makeFirstReleaseStore(folder.resolve("current.mesk"));
+        Files.copy(folder.resolve("current.mesk.key"), folder.resolve("store.mesk.key"));
+        List<String> before = rows(tables);
+        for (String table : tables) {
+            assertFalse(rows(List.of(table)).isEmpty(), table);
+        }
+        try (Session session = new Session(url())) {
+            assertEquals(Schema.LATEST, session.number("SELECT version FROM store_schema"));
+            assertEquals(before, rows(tables));
+            MDTask task = session.task(taskID);
+            assertEquals("open sesame", task.getPasswordString());
+            assertTrue(task.getExecutePermission(session.context, new MDUser("ANNE"), session.outcome));
+            MDTaskExec twin = session.newRun(task, session.rule(ruleID), 1_700_000_000_000L);
+            twin.setStatus(2);
+            session.update(twin, StoreCodes.CLAIMED);
+            session.newHistory(task, 1_700_000_060_000L, 2);
+            assertEquals(1, session.number("SELECT count(*) FROM task_snapshot"));
+            session.newAction(task, 1, session.newTask("next"));
+            session.newHistory(task, 1_700_000_120_000L, 2);
+            assertEquals(2, session.number("SELECT count(*) FROM task_snapshot"));
+            session.commit();
+        }
+        String everything = "SELECT type || ' ' || name || ' ' || coalesce(sql, '') FROM sqlite_master ORDER BY type, name";
+        assertEquals(read(current, everything), read(url(), everything));
+    }
+
+    /** Makes the file a store of the first schema script with the rows of another store; answers its tables. */
+    private List<String> makeFirstReleaseStore(Path other) throws Exception {
+        String script;
+        try (InputStream stream = Schema.class.getResourceAsStream("/schema/sqlite/001.sql")) {
+            script = new String(stream.readAllBytes(), StandardCharsets.UTF_8).replaceAll("(?m)^--.*\n", "");
+        }
+        List<String> statements = new ArrayList<>(List.of(script.strip().split(";\n")));
+        statements.add("ATTACH '" + other + "' AS other");
+        List<String> tables = new ArrayList<>();
+        for (String statement : statements) {
+            if (statement.startsWith("CREATE TABLE ")) {
+                tables.add(statement.split(" ")[2]);
+            }
+        }
+        tables.remove("store_schema");
+        for (String table : List.copyOf(tables)) {
+            statements.add("DELETE FROM main." + table);
+            statements.add("INSERT INTO main." + table + " SELECT * FROM other." + table);
+        }
+        statements.add("UPDATE main.store_schema SET version = 1");
+        raw(statements.toArray(new String[0]));
+        tables.remove("key_sequence");
+        return tables;
+    }
+
+    /** Every row of the tables, as text. */
+    private List<String> rows(List<String> tables) throws SQLException {
+        List<String> rows = new ArrayList<>();
+        for (String table : tables) {
+            rows.addAll(read(url(), "SELECT * FROM " + table));
+        }
+        return rows;
+    }
+
+    private static List<String> read(String url, String query) throws SQLException {
+        List<String> rows = new ArrayList<>();
+        try (Connection connection = DriverManager.getConnection(url); Statement statement =
+                connection.createStatement(); ResultSet found = statement.executeQuery(query)) {
+            while (found.next()) {
+                StringBuilder row = new StringBuilder();
+                for (int i = 1; i <= found.getMetaData().getColumnCount(); i++) {
+                    Object value = found.getObject(i);
+                    row.append(value instanceof byte[] ? Arrays.toString((byte[]) value) : value).append('|');
+                }
+                rows.add(row.toString());
+            }
+        }
+        return rows;
     }
 
     @Test
@@ -440,6 +557,49 @@ final class SqliteFileTest {
     }
 
     @Test
+    void peopleReadInTheViewsWhatHangsOnATask() {
+        try (Session session = new Session(url())) {
+            MDTask task = session.newTask("viewed");
+            MDTask next = session.newTask("next");
+            session.newRule(task);
+            MDSharedNamedSchedule schedule = session.newSchedule("nights");
+            schedule.addScheduleEvent(session.context, session.newRule(), session.outcome);
+            task.addSharedNamedSchedule(session.context, schedule, session.outcome);
+            session.done();
+            session.newAction(task, 1, next);
+            Administration.setGroupMembers(session.context, task.getTaskID(), 0, new long[] {next.getTaskID()},
+                new int[] {0}, session.outcome);
+            Administration.setSuccessCodes(session.context, task.getTaskID(), 0, new int[] {4}, new String[] {"<"},
+                session.outcome);
+            MDNotificationAction told = new MDNotificationAction();
+            task.addNotificationAction(session.context, told, session.outcome);
+            Administration.setContacts(session.context, told.getNotificationActionID(),
+                new String[] {"ann@example.org", "bob@example.org"}, null, session.outcome);
+            session.done();
+            Outbox.enqueue(session.context, 7, told.getNotificationActionID(), 1, "ann", "ann@example.org", "root",
+                "subject", "body", 1_700_000_000_123L, session.outcome);
+            session.done();
+            MDTaskStatistic statistic = new MDTaskStatistic();
+            statistic.setTaskID(task.getTaskID());
+            statistic.setLastExecution(new Timestamp(1_700_000_000_123L));
+            session.insert(statistic);
+            for (String query : List.of(
+                    "task_schedule_v WHERE task_name = 'viewed' AND shared_schedule_name IS NULL",
+                    "task_schedule_v WHERE task_name = 'viewed' AND shared_schedule_name = 'nights'",
+                    "task_group_member_v WHERE task_name = 'viewed' AND member_task_name = 'next'",
+                    "follow_on_action_v WHERE parent_task_name = 'viewed' AND task_name = 'next' AND action = 'run'"
+                        + " AND follow_on_condition = 'end'",
+                    "notification_action_v WHERE parent_task_name = 'viewed' AND message_type = 'e-mail'"
+                        + " AND contacts = 'ann@example.org, bob@example.org'",
+                    "success_code_v WHERE task_name = 'viewed' AND condition = '<' AND code = 4",
+                    "outbox_v WHERE kind = 'e-mail' AND next_try_utc = '2023-11-14 22:13:20.123'",
+                    "task_statistic_v WHERE task_name = 'viewed' AND last_execution_utc = '2023-11-14 22:13:20.123'")) {
+                assertEquals(1, session.number("SELECT count(*) FROM " + query), query);
+            }
+        }
+    }
+
+    @Test
     void listingAndPruningUseTheIndexes() {
         try (Session session = new Session(url())) {
             for (String query : List.of(
@@ -449,7 +609,13 @@ final class SqliteFileTest {
                     "SELECT * FROM task_history WHERE task_id = 1 ORDER BY start_time",
                     "SELECT * FROM task_snapshot WHERE task_id = 1 AND suffix = 0 AND digest = x'00'",
                     "SELECT * FROM task_result WHERE task_history_id = 1",
-                    "SELECT * FROM task_exec WHERE task_id = 1 AND suffix = 0")) {
+                    "SELECT * FROM task_exec WHERE task_id = 1 AND suffix = 0",
+                    "SELECT * FROM follow_on_action WHERE parent_task_id = 1 AND parent_suffix = 0 ORDER BY position",
+                    "SELECT * FROM notification_action WHERE parent_task_id = 1 AND parent_suffix = 0 ORDER BY position",
+                    "SELECT * FROM follow_on_task WHERE task_id = 1 AND suffix = 0",
+                    "SELECT * FROM task_group_member WHERE member_task_id = 1 AND member_suffix = 0",
+                    "SELECT * FROM task_shared_schedule WHERE shared_named_schedule_id = 1",
+                    "SELECT * FROM outbox WHERE next_try <= 5 ORDER BY next_try, outbox_id LIMIT 1")) {
                 String plan = Operation.read(session.context, session.outcome, null, database ->
                     database.sql().list("EXPLAIN QUERY PLAN " + query, row -> row.getString("detail")).toString());
                 assertTrue(plan.contains("USING INDEX"), () -> query + ": " + plan);
