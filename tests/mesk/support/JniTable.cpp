@@ -1,13 +1,47 @@
 #include <mesk/support/JniTable.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
 #include <iterator>
+#include <mutex>
 #include <type_traits>
 
 namespace mesk::test {
 namespace {
 
 thread_local JniTable* current = nullptr;
+
+/// What the program's lookups found, each once, in the file that the environment names: for the tests that hold the
+/// real store against it. Written when the program ends.
+class LookupFile {
+ public:
+  static LookupFile& instance() {
+    static LookupFile file;
+    return file;
+  }
+  LookupFile(const LookupFile&) = delete;
+  LookupFile& operator=(const LookupFile&) = delete;
+
+  bool wanted() const { return path_ != nullptr; }
+
+  void add(const std::string& lookup) {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    found_.insert(lookup);
+  }
+
+ private:
+  LookupFile() : path_(std::getenv("MESK_LOOKUPS")) {}
+  ~LookupFile() {
+    if (path_ == nullptr) return;
+    std::ofstream file(path_);
+    for (const std::string& lookup : found_) file << lookup << '\n';
+  }
+
+  const char* const path_;
+  std::mutex mutex_;
+  std::set<std::string> found_;
+};
 
 }  // namespace
 
@@ -61,6 +95,7 @@ struct JniTable::Functions {
     }
     const jclass cls = Counted<&JNINativeInterface_::FindClass>::call(env, name);
     if (own) table.noteLookup(name, cls != nullptr);
+    if (own && cls != nullptr && LookupFile::instance().wanted()) LookupFile::instance().add(name);
     return cls;
   }
 
@@ -68,11 +103,14 @@ struct JniTable::Functions {
   static jmethodID findMethod(JNIEnv* env, jclass cls, const char* name, const char* signature) {
     JniTable& table = *current;
     if (table.depth_ != 0) return (table.original_->*Member)(env, cls, name, signature);
+    LookupFile& file = LookupFile::instance();
     std::string whole;
-    if (table.noting_) whole = table.classNameOf(cls) + "." + name + signature;
+    if (table.noting_ || file.wanted()) whole = table.classNameOf(cls) + "." + name + signature;
     const bool refused = table.methods_.count(name) != 0;
     const jmethodID method = refused ? nullptr : Counted<Member>::call(env, cls, name, signature);
     table.noteLookup(whole, method != nullptr);
+    constexpr bool kStatic = Member == &JNINativeInterface_::GetStaticMethodID;
+    if (method != nullptr && file.wanted()) file.add((kStatic ? "static " : "") + whole);
     return method;
   }
 
@@ -195,7 +233,7 @@ void JniTable::noteLookup(const std::string& name, bool found) {
 }
 
 std::string JniTable::classNameOf(jclass cls) {
-  if (original_->ExceptionCheck(env_)) return "?";
+  if (cls == nullptr || original_->ExceptionCheck(env_)) return "?";
   const Pause pause(env_);
   const auto name = static_cast<jstring>(env_->CallObjectMethod(cls, getName_));
   env_->ExceptionCheck();
