@@ -16,7 +16,7 @@ public final class StoreCodes {
     public static final int NO_RELATION = 30014;
     /** The scheduled instant already has its run; nothing was written. */
     public static final int CLAIMED = 30015;
-    /** The record is in use: a run of it is in progress. */
+    /** The record is in use: a run of it is in progress, or another record, which the message names, needs it. */
     public static final int IN_USE = 30016;
     /** A value is out of range; the message names the property. */
     public static final int INVALID = 30017;

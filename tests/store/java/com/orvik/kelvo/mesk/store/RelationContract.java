@@ -26,8 +26,11 @@ import com.orvik.kelvo.mesk.metadata.MDUser;
 import java.sql.Timestamp;
 import java.util.ArrayList;
 import java.util.Collection;
+import java.util.HashMap;
 import java.util.HashSet;
 import java.util.List;
+import java.util.Map;
+import java.util.Random;
 import java.util.Set;
 import org.junit.jupiter.api.Test;
 
@@ -295,6 +298,73 @@ abstract class RelationContract extends StoreFixture {
         assertEquals(2, session.number("SELECT count(*) FROM schedule_event"));
         assertEquals(List.of(alsoOwn.getScheduleEventID()),
             keysOfRules(task.retrieveScheduleEventList(session.context, session.outcome)));
+    }
+
+    @Test
+    void rulesAndSharedSchedulesDoWhatListsDo() {
+        Random random = Seed.random("rulesAndSharedSchedulesDoWhatListsDo");
+        List<MDTask> tasks = List.of(session.newTask("a"), session.newTask("b"), session.newTask("c"));
+        List<MDSharedNamedSchedule> schedules = List.of(session.newSchedule("x"), session.newSchedule("y"));
+        List<MDScheduleEvent> rules = List.of(session.newRule(), session.newRule(), session.newRule());
+        Map<Record, List<MDScheduleEvent>> has = new HashMap<>();
+        Map<MDTask, List<MDSharedNamedSchedule>> uses = new HashMap<>();
+        Map<MDTaskExec, MDTask> queue = new HashMap<>();
+        tasks.forEach(task -> has.put(task, new ArrayList<>()));
+        schedules.forEach(schedule -> has.put(schedule, new ArrayList<>()));
+        tasks.forEach(task -> uses.put(task, new ArrayList<>()));
+        for (int i = 0; i < 300; i++) {
+            MDTask task = tasks.get(random.nextInt(tasks.size()));
+            MDSharedNamedSchedule schedule = schedules.get(random.nextInt(schedules.size()));
+            MDScheduleEvent rule = rules.get(random.nextInt(rules.size()));
+            switch (random.nextInt(3)) {
+                case 0 -> {
+                    if (toggled(has.get(task), rule)) {
+                        task.addScheduleEvent(session.context, rule, session.outcome);
+                    } else {
+                        task.removeScheduleEvent(session.context, rule, session.outcome);
+                    }
+                }
+                case 1 -> {
+                    if (toggled(has.get(schedule), rule)) {
+                        schedule.addScheduleEvent(session.context, rule, session.outcome);
+                    } else {
+                        schedule.removeScheduleEvent(session.context, rule, session.outcome);
+                    }
+                }
+                default -> {
+                    if (toggled(uses.get(task), schedule)) {
+                        task.addSharedNamedSchedule(session.context, schedule, session.outcome);
+                    } else {
+                        task.removeSharedNamedSchedule(session.context, schedule, session.outcome);
+                    }
+                }
+            }
+            session.done();
+            queue.entrySet().removeIf(entry -> !applying(entry.getValue(), has, uses)
+                .contains(entry.getKey().getScheduleEventID()));
+            Set<Long> kept = new HashSet<>();
+            queue.keySet().forEach(run -> kept.add(run.getTaskExecID()));
+            assertEquals(kept, queued());
+            assertEquals(keysOfRules(has.get(task)),
+                keysOfRules(task.retrieveScheduleEventList(session.context, session.outcome)));
+            assertEquals(keysOfRules(has.get(schedule)),
+                keysOfRules(schedule.retrieveScheduleEventList(session.context, session.outcome)));
+            if (applying(task, has, uses).contains(rule.getScheduleEventID())) {
+                queue.put(session.newRun(task, rule, INSTANT + i), task);
+            }
+        }
+    }
+
+    /** Puts the element behind the others and answers true, or takes it out and answers false. */
+    private static <T> boolean toggled(List<T> list, T element) {
+        return !list.remove(element) && list.add(element);
+    }
+
+    private static List<Long> applying(MDTask task, Map<Record, List<MDScheduleEvent>> has,
+        Map<MDTask, List<MDSharedNamedSchedule>> uses) {
+        List<Long> keys = new ArrayList<>(keysOfRules(has.get(task)));
+        uses.get(task).forEach(schedule -> keys.addAll(keysOfRules(has.get(schedule))));
+        return keys;
     }
 
     @Test
