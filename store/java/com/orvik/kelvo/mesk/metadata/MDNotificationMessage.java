@@ -37,7 +37,8 @@ public final class MDNotificationMessage {
     /**
      * `text` with its variables in place, for the run `history` of `task`; `output` stands for `${output}`. Names and
      * texts are those of the history, which says how they were when it ran, else of the task. What a run does not have
-     * (an end, while it runs) is empty; null output is, too. Unknown variables stay. Null when text, task or history is.
+     * (an end, while it runs) is empty; null output is, too. Unknown variables stay. Null when text, task or
+     * history is.
      */
     public String getResolvedMessage(Context context, MDTask task, MDTaskHistory history, String text, String output) {
         if (text == null || task == null || history == null) {

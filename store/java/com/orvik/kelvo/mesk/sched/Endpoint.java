@@ -22,6 +22,7 @@ final class Endpoint {
     private static final String HIDDEN = "***";
     private static final Pattern IN_URL = Pattern.compile("//[^/@]*:([^/@]*)@"
         + "|[?&;][^=?&;]*(?:password|passwd|pwd|secret|token)[^=?&;]*=([^&;]*)", Pattern.CASE_INSENSITIVE);
+    private static final String PATIENCE = "busy_timeout";
     private static final String BUSY_MILLISECONDS = "60000";
     /** Reads and writes a file that exists, and takes a name that is a URI. */
     private static final String EXISTING_FILE = Integer.toString(0x02 | 0x40);
@@ -61,7 +62,9 @@ final class Endpoint {
             properties.setProperty("password", password);
         }
         if (isSqlite()) {
-            properties.setProperty("busy_timeout", BUSY_MILLISECONDS);
+            if (!url.contains(PATIENCE + "=")) {
+                properties.setProperty(PATIENCE, BUSY_MILLISECONDS);
+            }
             properties.setProperty("open_mode", EXISTING_FILE);
             properties.setProperty("transaction_mode", writes ? "IMMEDIATE" : "DEFERRED");
         }

@@ -12,7 +12,7 @@ import java.util.List;
 import java.util.Locale;
 import java.util.Map;
 
-/** The table that a step fills, and the statements on it. Its name is as the database keeps it, a schema before a dot. */
+/** The table that a step fills. Its name is as the database keeps it, with a schema before a dot. */
 final class TargetTable {
     private record Column(String name, int type) {
     }
