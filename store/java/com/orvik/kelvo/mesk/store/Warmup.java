@@ -3,7 +3,10 @@ package com.orvik.kelvo.mesk.store;
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.admin.Administration;
+import com.orvik.kelvo.mesk.admin.Outbox;
 import com.orvik.kelvo.mesk.metadata.MDFollowOnAction;
+import com.orvik.kelvo.mesk.metadata.MDNotificationAction;
+import com.orvik.kelvo.mesk.metadata.MDNotificationMessage;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
 import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
@@ -14,6 +17,8 @@ import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
 import com.orvik.kelvo.mesk.metadata.MDTaskResult;
+import com.orvik.kelvo.mesk.metadata.MDTaskStatistic;
+import com.orvik.kelvo.mesk.metadata.MDTaskStatisticType;
 import com.orvik.kelvo.mesk.metadata.MDTaskType;
 import com.orvik.kelvo.mesk.metadata.MDUser;
 import com.orvik.kelvo.mesk.metadata.MDUtility;
@@ -102,9 +107,30 @@ public final class Warmup {
         history.retrieveTaskSnapshot(context, exception);
         history.retrieveTaskResultList(context, exception);
         check(exception);
+        tell(context, task, history, exception);
         new SimpleDateFormat("yyyyMMddHHmmss").format(new Timestamp(0));
         MDUtility.rollback(context, exception);
         MDUtility.disconnectMD(context, exception);
+        check(exception);
+    }
+
+    /** What the end of a run leaves: statistics, and messages that are sent. */
+    private static void tell(Context context, MDTask task, MDTaskHistory history, PARLException exception) {
+        MDTaskStatistic statistic = new MDTaskStatistic(context, exception);
+        statistic.setTaskID(task.getTaskID());
+        statistic.insert(context, exception);
+        check(exception);
+        new MDTaskStatisticType(context, exception).retrieve(context, task.getTaskID(), 0, exception);
+        check(exception);
+        task.addNotificationAction(context, new MDNotificationAction(context, exception), exception);
+        check(exception);
+        task.retrieveNotificationActionList(context, exception);
+        check(exception);
+        String text = new MDNotificationMessage().getResolvedMessage(context, task, history,
+            MDNotificationMessage.getMRIMessage(MDNotificationMessage.DEFAULT_MESSAGE), null);
+        Outbox.enqueue(context, history.getTaskHistoryID(), 1, 1, "warm up", "warm@up", null, null, text, 0, exception);
+        check(exception);
+        Outbox.sent(context, Outbox.next(context, 0, exception).getOutboxID(), 0, exception);
         check(exception);
     }
 
