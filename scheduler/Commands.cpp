@@ -96,6 +96,11 @@ const std::vector<Command>& commands() {
          app.add_flag("--results", invocation.results, "Each attempt by itself");
        },
        logCommand},
+      {"stats", "Tell how tasks have performed over all their runs",
+       [](CLI::App& app, Invocation& invocation) {
+         app.add_option("TASK", invocation.task, "Only this task, with its outstanding runs");
+       },
+       statsCommand},
       {"delete", "Delete a task; its history stays",
        [](CLI::App& app, Invocation& invocation) {
          declareTask(app, invocation);

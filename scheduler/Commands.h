@@ -89,6 +89,7 @@ int queueCommand(const Invocation& invocation);
 int nextCommand(const Invocation& invocation);
 int historyCommand(const Invocation& invocation);
 int logCommand(const Invocation& invocation);
+int statsCommand(const Invocation& invocation);
 
 // Without a store.
 int codesCommand(const Invocation& invocation);

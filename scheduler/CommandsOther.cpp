@@ -43,7 +43,7 @@ _meskctl() {
   case $command in
 @CHILDREN@    apply) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     completion) mapfile -t COMPREPLY < <(compgen -W bash -- "$current") ;;
-    export | show | next | run | enable | disable | history | delete)
+    export | show | next | run | enable | disable | history | stats | delete)
       while IFS= read -r name; do
         name=$(printf %q "$name")
         [[ $name == "$current"* ]] && COMPREPLY+=("$name")

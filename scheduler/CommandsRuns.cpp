@@ -1,8 +1,10 @@
 // Commands about what is to come and what was.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <exception>
 #include <map>
+#include <set>
 
 #include <mesk/history/MDTaskHistory.h>
 #include <mesk/history/MDTaskHistoryType.h>
@@ -62,11 +64,64 @@ Histories historiesOf(OpenStore& store, const std::string& name) {
   return result;
 }
 
+/// The run of the group that this run is a step of.
+std::optional<long long> parentOf(const MDTaskHistory& run, ThreadContext& ctx) {
+  const long long root = run.getRootTaskHistoryID(ctx);
+  return root > 0 && root != run.getTaskHistoryID(ctx) ? std::optional(root) : std::nullopt;
+}
+
+/// A run, so many groups below the one at the top.
+struct ListedRun {
+  MDTaskHistory* run;
+  std::size_t depth;
+};
+
+/// Runs as they are listed: the first `count` of `runs` that are no steps of others there, each with its steps, taken
+/// from `all`, below it. Both lists have the last first; steps stand in the order of their starts.
+class RunTree {
+ public:
+  RunTree(const Histories& runs, const Histories& all, std::size_t count, ThreadContext& ctx) : ctx_(ctx) {
+    for (auto run = all.rbegin(); run != all.rend(); ++run) {
+      if (const auto parent = parentOf(**run, ctx_)) steps_[*parent].push_back(run->get());
+    }
+    std::set<long long> listed;
+    for (const auto& run : runs) listed.insert(run->getTaskHistoryID(ctx_));
+    for (const auto& run : runs) {
+      const auto parent = parentOf(*run, ctx_);
+      if (parent && listed.contains(*parent)) continue;
+      if (count-- == 0) break;
+      add(*run, 0);
+    }
+  }
+
+  const std::vector<ListedRun>& runs() const { return runs_; }
+
+ private:
+  void add(MDTaskHistory& run, std::size_t depth) {
+    runs_.push_back({&run, depth});
+    const auto steps = steps_.find(run.getTaskHistoryID(ctx_));
+    if (steps == steps_.end()) return;
+    for (MDTaskHistory* const step : steps->second) add(*step, depth + 1);
+  }
+
+  ThreadContext& ctx_;
+  std::map<long long, std::vector<MDTaskHistory*>> steps_;  ///< of the run of a group
+  std::vector<ListedRun> runs_;
+};
+
+/// The name of the task, set in below the group's.
+std::string nameInTree(const ListedRun& listed, ThreadContext& ctx) {
+  const std::string name = text(listed.run->getTaskName(ctx));
+  return listed.depth == 0 ? name : std::string(2 * (listed.depth - 1), ' ') + "└ " + name;
+}
+
 Json jsonOf(MDTaskHistory& run, Session& session) {
   ThreadContext& ctx = session.ctx();
   const int status = run.getRunningStatus(ctx);
+  const auto parent = parentOf(run, ctx);
   Json object;
   object["run"] = run.getTaskHistoryID(ctx);
+  object["parent"] = parent ? Json(*parent) : Json(nullptr);
   object["task"] = text(run.getTaskName(ctx));
   object["status"] = statusText(status);
   if (hasEnded(status) || status == kRunWaiting) {
@@ -77,6 +132,8 @@ Json jsonOf(MDTaskHistory& run, Session& session) {
   putTime(object, "start", session.millis(run.getStart(ctx)));
   putTime(object, "end", session.millis(run.getEnd(ctx)));
   object["durationSeconds"] = run.getDuration(ctx);
+  object["rows"] = run.getRowCount(ctx);
+  object["bytes"] = run.getByteCount(ctx);
   object["retries"] = run.getRetryCount(ctx);
   object["cause"] = causeText(run.getInvocationMethod(ctx));
   object["user"] = text(run.getUserID(ctx));
@@ -215,15 +272,21 @@ int historyCommand(const Invocation& invocation) {
   OpenStore store(invocation);
   Session& session = store.session();
   ThreadContext& ctx = session.ctx();
-  Histories runs = invocation.task.empty() ? histories(session, std::nullopt) : historiesOf(store, invocation.task);
-  if (runs.size() > invocation.count) runs.resize(invocation.count);
+  const Histories runs =
+      invocation.task.empty() ? histories(session, std::nullopt) : historiesOf(store, invocation.task);
+  // The steps of a group are runs of other tasks.
+  const bool ofGroup = !invocation.task.empty() && std::any_of(runs.begin(), runs.end(), [&](const auto& run) {
+    return run->getTaskType(ctx) == kGroupTask;
+  });
+  const Histories others = ofGroup ? histories(session, std::nullopt) : Histories();
+  const RunTree tree(runs, ofGroup ? others : runs, invocation.count, ctx);
   if (invocation.json) {
     Json array = Json::array();
-    for (const auto& run : runs) array.push_back(jsonOf(*run, session));
+    for (const ListedRun& listed : tree.runs()) array.push_back(jsonOf(*listed.run, session));
     printJson(array);
     return kExitOk;
   }
-  if (runs.empty()) {
+  if (tree.runs().empty()) {
     say(invocation, "There are no runs yet.");
     return kExitOk;
   }
@@ -233,13 +296,18 @@ int historyCommand(const Invocation& invocation) {
                {"DURATION", Table::Align::kRight},
                {"RESULT"},
                {"RETRIES", Table::Align::kRight},
+               {"ROWS", Table::Align::kRight},
+               {"BYTES", Table::Align::kRight},
                {"CAUSE"}});
-  for (const auto& run : runs) {
-    const int status = run->getRunningStatus(ctx);
-    table.add({std::to_string(run->getTaskHistoryID(ctx)), text(run->getTaskName(ctx)),
-               timeText(session.millis(run->getStart(ctx))),
-               hasEnded(status) ? durationText(run->getDuration(ctx)) : "", resultText(status, run->getReturnCode(ctx)),
-               std::to_string(run->getRetryCount(ctx)), causeText(run->getInvocationMethod(ctx))});
+  for (const ListedRun& listed : tree.runs()) {
+    const MDTaskHistory& run = *listed.run;
+    const int status = run.getRunningStatus(ctx);
+    const bool ended = hasEnded(status);
+    table.add({std::to_string(run.getTaskHistoryID(ctx)), nameInTree(listed, ctx),
+               timeText(session.millis(run.getStart(ctx))), ended ? durationText(run.getDuration(ctx)) : "",
+               resultText(status, run.getReturnCode(ctx)), std::to_string(run.getRetryCount(ctx)),
+               ended ? std::to_string(run.getRowCount(ctx)) : "", ended ? std::to_string(run.getByteCount(ctx)) : "",
+               causeText(run.getInvocationMethod(ctx))});
   }
   print(table);
   return kExitOk;

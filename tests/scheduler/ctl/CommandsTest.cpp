@@ -317,10 +317,11 @@ TEST_F(CtlTest, EveryCommandAnswersInJsonWhenAsked) {
   done({"run", "by-hand"});
   runDue();
   const std::string run = std::to_string(json({"history"}).at(0).at("run").get<int>());
-  for (const Words& words : {Words{"apply", scratch_.at("tasks.yaml")}, Words{"export"}, Words{"list"},
-                             Words{"show", "nightly"}, Words{"queue"}, Words{"next", "nightly"},
-                             Words{"run", "by-hand"}, Words{"disable", "nightly"}, Words{"enable", "nightly"},
-                             Words{"history"}, Words{"log", run}, Words{"codes"}, Words{"delete", "nightly", "-y"}}) {
+  for (const Words& words :
+       {Words{"apply", scratch_.at("tasks.yaml")}, Words{"export"}, Words{"list"}, Words{"show", "nightly"},
+        Words{"queue"}, Words{"next", "nightly"}, Words{"run", "by-hand"}, Words{"disable", "nightly"},
+        Words{"enable", "nightly"}, Words{"history"}, Words{"log", run}, Words{"stats"}, Words{"codes"},
+        Words{"delete", "nightly", "-y"}}) {
     EXPECT_TRUE(json(words).is_structured()) << words[0];
   }
 }

@@ -45,9 +45,9 @@ TEST_F(ErrorsTest, HelpAndVersionAreNoErrors) {
 }
 
 TEST_F(ErrorsTest, AMissingStoreIsNotMadeByAQuestion) {
-  for (const Words& words :
-       {Words{"export"}, Words{"list"}, Words{"show", "a"}, Words{"queue"}, Words{"next", "a"}, Words{"run", "a"},
-        Words{"enable", "a"}, Words{"disable", "a"}, Words{"history"}, Words{"log", "1"}, Words{"delete", "a", "-y"}}) {
+  for (const Words& words : {Words{"export"}, Words{"list"}, Words{"show", "a"}, Words{"queue"}, Words{"next", "a"},
+                             Words{"run", "a"}, Words{"enable", "a"}, Words{"disable", "a"}, Words{"history"},
+                             Words{"log", "1"}, Words{"stats"}, Words{"delete", "a", "-y"}}) {
     expectRefusal(ctl(words), 6, "there is no store " + store_);
     EXPECT_FALSE(std::filesystem::exists(store_)) << words[0];
   }
@@ -56,7 +56,7 @@ TEST_F(ErrorsTest, AMissingStoreIsNotMadeByAQuestion) {
 TEST_F(ErrorsTest, AnUnknownTaskIsToldWithTheNameThatWasMeant) {
   apply("  - {name: nightly-backup, script: echo}\n");
   for (const Words& words : {Words{"show"}, Words{"next"}, Words{"run"}, Words{"enable"}, Words{"disable"},
-                             Words{"export"}, Words{"history"}, Words{"delete"}}) {
+                             Words{"export"}, Words{"history"}, Words{"stats"}, Words{"delete"}}) {
     expectRefusal(ctl({words[0], "nigthly-backup"}), 4, "no task 'nigthly-backup'; did you mean 'nightly-backup'?");
   }
   expectRefusal(ctl({"show", "weekly"}), 4, "no task 'weekly'; 'meskctl list' shows all");
