@@ -144,6 +144,30 @@ TEST_F(StatisticsTest, TasksThatHaveNotRunHaveNoStatistic) {
   EXPECT_NE(unknown.error.find("'new'"), std::string::npos) << unknown.error;
 }
 
+TEST_F(StatisticsTest, RunsCountAsTheyEnd) {
+  apply(
+      "  - {name: good, script: 'printf 12345; echo rows=7 >\"$MESK_COUNTS\"'}\n"
+      "  - {name: bad, script: 'exit 3'}\n");
+  for (const char* const name : {"good", "good", "bad"}) done({"run", name});
+  runDue();
+  const Json all = json({"stats"});
+  ASSERT_EQ(tasksOf(all), (Words{"bad", "good"}));
+  EXPECT_EQ(all[0].at("runs"), 1);
+  EXPECT_EQ(all[0].at("failed"), 1);
+  const Json& good = all[1];
+  EXPECT_EQ(good.at("runs"), 2);
+  EXPECT_EQ(good.at("succeeded"), 2);
+  EXPECT_EQ(good.at("rows"), 14);
+  EXPECT_EQ(good.at("bytes"), 10);
+  const Json runs = json({"history", "good"});
+  ASSERT_EQ(runs.size(), 2U);
+  EXPECT_EQ(runs[0].at("rows"), 7);
+  EXPECT_EQ(runs[0].at("bytes"), 5);
+  EXPECT_EQ(good.at("last").at("startMs"), runs[0].at("startMs"));
+  EXPECT_EQ(good.at("firstStartMs"), runs[1].at("startMs"));
+  EXPECT_EQ(good.at("largest").at("startMs"), runs[1].at("startMs")) << "the earlier of two equal ones";
+}
+
 TEST_F(StatisticsTest, TheTotalsOfAllTasksComeByName) {
   apply("  - {name: nightly, script: 'true'}\n  - {name: hourly, script: 'true'}\n  - {name: new, script: 'true'}\n");
   setStatistic("nightly", kNightly);
