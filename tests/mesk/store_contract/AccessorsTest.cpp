@@ -2,8 +2,12 @@
 #include <mesk/history/MDTaskHistory.h>
 #include <mesk/history/MDTaskResult.h>
 #include <mesk/history/MDTaskSnapshot.h>
+#include <mesk/history/MDTaskStatistic.h>
 #include <mesk/queue/MDTaskExec.h>
 #include <mesk/schedule/MDScheduleEvent.h>
+#include <mesk/schedule/MDSharedNamedSchedule.h>
+#include <mesk/tasks/MDFollowOnAction.h>
+#include <mesk/tasks/MDNotificationAction.h>
 #include <mesk/tasks/MDTask.h>
 #include <mesk/values/Blob.h>
 #include <mesk/values/Clob.h>
@@ -286,6 +290,68 @@ void touch(Touch& touch, MDTaskSnapshot& record) {
   touch(record, &MDTaskSnapshot::getLatestSnapshot, &MDTaskSnapshot::setLatestSnapshot);
 }
 
+void touch(Touch& touch, MDSharedNamedSchedule& record) {
+  touch(record, &MDSharedNamedSchedule::getSharedScheduleName, &MDSharedNamedSchedule::setSharedScheduleName);
+  touch(record, &MDSharedNamedSchedule::getDescription, &MDSharedNamedSchedule::setDescription);
+  touch(record, &MDSharedNamedSchedule::getScheduleID, &MDSharedNamedSchedule::setScheduleID);
+}
+
+void touch(Touch& touch, MDFollowOnAction& record) {
+  touch(record, &MDFollowOnAction::getFollowOnActionID, &MDFollowOnAction::setFollowOnActionID);
+  touch(record, &MDFollowOnAction::getParentTaskID, &MDFollowOnAction::setParentTaskID);
+  touch(record, &MDFollowOnAction::getParentSuffix, &MDFollowOnAction::setParentSuffix);
+  touch(record, &MDFollowOnAction::getAction, &MDFollowOnAction::setAction);
+  touch(record, &MDFollowOnAction::getFollowOnCondition, &MDFollowOnAction::setFollowOnCondition);
+}
+
+void touch(Touch& touch, MDNotificationAction& record) {
+  touch(record, &MDNotificationAction::getNotificationActionID, &MDNotificationAction::setNotificationActionID);
+  touch(record, &MDNotificationAction::getParentTaskID, &MDNotificationAction::setParentTaskID);
+  touch(record, &MDNotificationAction::getParentSuffix, &MDNotificationAction::setParentSuffix);
+  touch(record, &MDNotificationAction::getNotificationCondition, &MDNotificationAction::setNotificationCondition);
+  touch(record, &MDNotificationAction::getMessageType, &MDNotificationAction::setMessageType);
+  touch(record, &MDNotificationAction::getUseEmailMessage, &MDNotificationAction::setUseEmailMessage);
+  touch(record, &MDNotificationAction::getSubject, &MDNotificationAction::setSubject);
+  touch(record, &MDNotificationAction::getEmailMessage, &MDNotificationAction::setEmailMessage);
+  touch(record, &MDNotificationAction::getEmailMessageString, &MDNotificationAction::setEmailMessageString);
+  touch(record, &MDNotificationAction::getPagerMessage, &MDNotificationAction::setPagerMessage);
+  touch(record, &MDNotificationAction::getPagerSubject);
+  touch(record, &MDNotificationAction::getPagerMessageString);
+  touch(record, &MDNotificationAction::getJournalMessageString);
+  touch(record, &MDNotificationAction::getSender);
+}
+
+void touch(Touch& touch, MDTaskStatistic& record) {
+  touch(record, &MDTaskStatistic::getTaskID, &MDTaskStatistic::setTaskID);
+  touch(record, &MDTaskStatistic::getSuffix, &MDTaskStatistic::setSuffix);
+  touch(record, &MDTaskStatistic::getFirstExecution, &MDTaskStatistic::setFirstExecution);
+  touch(record, &MDTaskStatistic::getTotalSuccessfulExecutions, &MDTaskStatistic::setTotalSuccessfulExecutions);
+  touch(record, &MDTaskStatistic::getTotalFailedExecutions, &MDTaskStatistic::setTotalFailedExecutions);
+  touch(record, &MDTaskStatistic::getTotalElapsedTime, &MDTaskStatistic::setTotalElapsedTime);
+  touch(record, &MDTaskStatistic::getTotalRowCount, &MDTaskStatistic::setTotalRowCount);
+  touch(record, &MDTaskStatistic::getTotalByteCount, &MDTaskStatistic::setTotalByteCount);
+  touch(record, &MDTaskStatistic::getLastExecution, &MDTaskStatistic::setLastExecution);
+  touch(record, &MDTaskStatistic::getLastExecutionElapsedTime, &MDTaskStatistic::setLastExecutionElapsedTime);
+  touch(record, &MDTaskStatistic::getLastExecutionRowCount, &MDTaskStatistic::setLastExecutionRowCount);
+  touch(record, &MDTaskStatistic::getLastExecutionByteCount, &MDTaskStatistic::setLastExecutionByteCount);
+  touch(record, &MDTaskStatistic::getFastestExecution, &MDTaskStatistic::setFastestExecution);
+  touch(record, &MDTaskStatistic::getFastestExecutionElapsedTime, &MDTaskStatistic::setFastestExecutionElapsedTime);
+  touch(record, &MDTaskStatistic::getFastestExecutionRowCount, &MDTaskStatistic::setFastestExecutionRowCount);
+  touch(record, &MDTaskStatistic::getFastestExecutionByteCount, &MDTaskStatistic::setFastestExecutionByteCount);
+  touch(record, &MDTaskStatistic::getSlowestExecution, &MDTaskStatistic::setSlowestExecution);
+  touch(record, &MDTaskStatistic::getSlowestExecutionElapsedTime, &MDTaskStatistic::setSlowestExecutionElapsedTime);
+  touch(record, &MDTaskStatistic::getSlowestExecutionRowCount, &MDTaskStatistic::setSlowestExecutionRowCount);
+  touch(record, &MDTaskStatistic::getSlowestExecutionByteCount, &MDTaskStatistic::setSlowestExecutionByteCount);
+  touch(record, &MDTaskStatistic::getLargestExecution, &MDTaskStatistic::setLargestExecution);
+  touch(record, &MDTaskStatistic::getLargestExecutionElapsedTime, &MDTaskStatistic::setLargestExecutionElapsedTime);
+  touch(record, &MDTaskStatistic::getLargestExecutionRowCount, &MDTaskStatistic::setLargestExecutionRowCount);
+  touch(record, &MDTaskStatistic::getLargestExecutionByteCount, &MDTaskStatistic::setLargestExecutionByteCount);
+  touch(record, &MDTaskStatistic::getSmallestExecution, &MDTaskStatistic::setSmallestExecution);
+  touch(record, &MDTaskStatistic::getSmallestExecutionElapsedTime, &MDTaskStatistic::setSmallestExecutionElapsedTime);
+  touch(record, &MDTaskStatistic::getSmallestExecutionRowCount, &MDTaskStatistic::setSmallestExecutionRowCount);
+  touch(record, &MDTaskStatistic::getSmallestExecutionByteCount, &MDTaskStatistic::setSmallestExecutionByteCount);
+}
+
 class AccessorsTest : public StoreTest {
  protected:
   /// Makes a record and touches each of its properties.
@@ -306,6 +372,10 @@ TEST_F(AccessorsTest, OfAnExecutionAreThere) { touchAll<MDTaskExec>(35); }
 TEST_F(AccessorsTest, OfAHistoryAreThere) { touchAll<MDTaskHistory>(37); }
 TEST_F(AccessorsTest, OfAResultAreThere) { touchAll<MDTaskResult>(9); }
 TEST_F(AccessorsTest, OfASnapshotAreThere) { touchAll<MDTaskSnapshot>(25); }
+TEST_F(AccessorsTest, OfASharedScheduleAreThere) { touchAll<MDSharedNamedSchedule>(3); }
+TEST_F(AccessorsTest, OfAFollowOnActionAreThere) { touchAll<MDFollowOnAction>(5); }
+TEST_F(AccessorsTest, OfANotificationActionAreThere) { touchAll<MDNotificationAction>(14); }
+TEST_F(AccessorsTest, OfAStatisticAreThere) { touchAll<MDTaskStatistic>(28); }
 
 }  // namespace
 }  // namespace mesk::test

@@ -110,6 +110,7 @@ TEST_F(OperationsTest, OfTasksAndTheirHome) {
   task.setTaskName(ctx, "nightly");
   EXPECT_EQ(task.insert(ctx, session, sqlCode), 0);
   EXPECT_EQ(task.update(ctx, session, sqlCode), 0);
+  touchRights(task, session);
   task.setPasswordString(ctx, "pw");
   const LocalRef<jbyteArray> password(ctx.env, task.getPassword(ctx, session));
   EXPECT_TRUE(password);
