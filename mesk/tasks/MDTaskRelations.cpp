@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
@@ -32,11 +33,12 @@ int relationList(ThreadContext& ctx, const MDTask& task, const char* name, jobje
 /// Rules with the keys of the schedules that they come from, in two arrays of a length that is known before.
 class EventTable {
  public:
-  /// Empty rows; none at all, and `rows` 0, when there is no memory.
-  explicit EventTable(int rows) {
-    if (rows < 1) return;
-    events_.reset(new (std::nothrow) MDScheduleEvent*[static_cast<std::size_t>(rows)]());
-    scheduleIDs_.reset(new (std::nothrow) long long[static_cast<std::size_t>(rows)]);
+  /// So many empty rows; none at all when there is no memory.
+  explicit EventTable(int count) {
+    if (count < 1) return;
+    const auto rows = static_cast<std::size_t>(count);
+    events_.reset(new (std::nothrow) MDScheduleEvent*[rows]());
+    scheduleIDs_.reset(new (std::nothrow) long long[rows]);
     if (events_ == nullptr || scheduleIDs_ == nullptr) return;
     rows_ = rows;
     std::fill_n(scheduleIDs_.get(), rows, kOwnRule);
@@ -44,7 +46,7 @@ class EventTable {
   EventTable(const EventTable&) = delete;
   EventTable& operator=(const EventTable&) = delete;
   ~EventTable() {
-    for (int i = 0; i < used_; ++i) delete events_[i];
+    for (std::size_t i = 0; i < used_; ++i) delete events_[i];
   }
 
   static constexpr long long kOwnRule = -1;
@@ -62,7 +64,7 @@ class EventTable {
   void release(MDScheduleEvent**& events, long long*& scheduleIDs, int& count) {
     if (rows_ == 0) return;
     used_ = 0;
-    count = rows_;
+    count = static_cast<int>(rows_);
     events = events_.release();
     scheduleIDs = scheduleIDs_.release();
   }
@@ -70,8 +72,8 @@ class EventTable {
  private:
   std::unique_ptr<MDScheduleEvent*[]> events_;
   std::unique_ptr<long long[]> scheduleIDs_;
-  int rows_ = 0;
-  int used_ = 0;
+  std::size_t rows_ = 0;
+  std::size_t used_ = 0;
 };
 
 /// Whether `table` has that very pair.
