@@ -1,6 +1,7 @@
 -- What hangs on a task (shared schedules, actions, steps, success codes, statistics), contacts, and messages to send.
 -- Times are milliseconds since 1970-01-01 00:00 UTC. A position gives the order in which things were added.
 -- Rights can be held on statistics too: object_kind 5, under the key of the task.
+CREATE INDEX permission_by_principal ON permission (principal_kind, principal_name);
 CREATE TABLE shared_named_schedule (
   shared_named_schedule_id INTEGER NOT NULL PRIMARY KEY,
   shared_schedule_name TEXT NOT NULL UNIQUE,

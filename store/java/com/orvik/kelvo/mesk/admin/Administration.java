@@ -28,7 +28,7 @@ public final class Administration {
     public static void createUser(Context context, String name, boolean superuser, boolean admin,
         PARLException exception) {
         change(context, exception, database -> {
-            requireFor(database, context, superuser);
+            requireFor(database, superuser);
             create(database, Principals.USER, name, superuser, admin);
         });
     }
@@ -39,7 +39,7 @@ public final class Administration {
         change(context, exception, database -> {
             String user = existing(database, Principals.USER, name);
             boolean was = Principals.isSuperuser(database, user);
-            requireFor(database, context, superuser || was);
+            requireFor(database, superuser || was);
             if (was && !superuser) {
                 requireAnother(database, user);
             }
@@ -53,7 +53,7 @@ public final class Administration {
         change(context, exception, database -> {
             String user = existing(database, Principals.USER, name);
             if (Principals.isSuperuser(database, user)) {
-                requireFor(database, context, true);
+                requireFor(database, true);
                 requireAnother(database, user);
             }
             database.sql().update("DELETE FROM membership WHERE user_name = ?", user);
@@ -131,7 +131,10 @@ public final class Administration {
 
     /** The address (kind 1 e-mail, 2 pager) of a contact; null when it has none. An address is its own. */
     public static String contactAddress(Context context, String name, int kind, PARLException exception) {
-        return Operation.read(context, exception, null, database -> Contacts.address(database, name, kind));
+        return Operation.read(context, exception, null, database -> {
+            database.access().requireKnown();
+            return Contacts.address(database, name, kind);
+        });
     }
 
     /** Makes a group of contacts and addresses, or replaces its members. The name: 1 to 127 bytes. */
@@ -162,9 +165,8 @@ public final class Administration {
     public static void setContacts(Context context, long notificationActionID, String[] contacts,
         String[] contactGroups, PARLException exception) {
         Operation.write(context, exception, database -> {
-            MDNotificationAction action = database.find(MDNotificationAction::new,
-                "WHERE notification_action_id = ?", notificationActionID);
-            requireRight(database, context, action.getParentTaskID(), action.getParentSuffix(), Rights.UPDATE);
+            database.access().requireChange(database.access().trusted(inner -> inner.find(MDNotificationAction::new,
+                "WHERE notification_action_id = ?", notificationActionID)));
             Contacts.set(database, notificationActionID, orNone(contacts), orNone(contactGroups));
         });
     }
@@ -188,7 +190,10 @@ public final class Administration {
     public static void setSuccessCodes(Context context, long taskID, int suffix, int[] codes, String[] conditions,
         PARLException exception) {
         changeTask(context, taskID, suffix, exception,
-            database -> TaskRelations.setSuccessCodes(database, taskID, suffix, codes, conditions));
+            database -> database.access().trusted(inner -> {
+                TaskRelations.setSuccessCodes(inner, taskID, suffix, codes, conditions);
+                return null;
+            }));
     }
 
     /** Adds a rule behind the others of a shared schedule; EXISTS when the schedule has it. */
@@ -212,12 +217,9 @@ public final class Administration {
     public static void recordFollowOn(Context context, long taskHistoryID, long followOnActionID, long taskID,
         int suffix, long taskExecID, PARLException exception) {
         Operation.write(context, exception, database -> {
-            long[] ran = database.sql().first("SELECT task_id, suffix FROM task_history WHERE task_history_id = ?",
-                row -> new long[] {row.getLong(1), row.getLong(2)}, taskHistoryID);
-            if (ran == null) {
+            if (!requireExecute(database, taskHistoryID)) {
                 throw new StoreException(StoreCodes.NOT_FOUND, "there is no run " + taskHistoryID);
             }
-            requireRight(database, context, ran[0], (int) ran[1], Rights.EXECUTE);
             TaskRelations.recordFollowOn(database, taskHistoryID, followOnActionID, taskID, suffix, taskExecID);
         });
     }
@@ -243,34 +245,37 @@ public final class Administration {
 
     private static void change(Context context, PARLException exception, Operation.Action action) {
         Operation.write(context, exception, database -> {
-            requireFor(database, context, false);
+            requireFor(database, false);
             action.run(database);
+            database.access().lookAgain();
         });
     }
 
     private static void changeTask(Context context, long taskID, int suffix, PARLException exception,
         Operation.Action action) {
         Operation.write(context, exception, database -> {
-            requireRight(database, context, taskID, suffix, Rights.UPDATE);
+            database.access().require(Rights.UPDATE, taskID, suffix);
             action.run(database);
         });
     }
 
-    private static void requireRight(Database database, Context context, long taskID, int suffix, int right)
-        throws SQLException, StoreException {
-        if (!Rights.userHas(database, new Rights.Subject(Rights.TASK, taskID, suffix), context.getUser(), right)) {
-            throw new StoreException(StoreCodes.NOT_AUTHORISED, context.getUser() + " may not "
-                + (right == Rights.EXECUTE ? "execute" : "update") + " the task " + taskID);
+    /** Fails unless the user may execute the task that ran. Answers whether the run is known; else superusers may. */
+    static boolean requireExecute(Database database, long taskHistoryID) throws SQLException, StoreException {
+        long[] ran = database.sql().first("SELECT task_id, suffix FROM task_history WHERE task_history_id = ?",
+            row -> new long[] {row.getLong(1), row.getLong(2)}, taskHistoryID);
+        if (ran == null) {
+            database.access().requireSuperuser();
+            return false;
         }
+        database.access().require(Rights.EXECUTE, ran[0], (int) ran[1]);
+        return true;
     }
 
-    /** Fails unless the session's user is superuser, or administrator where that is enough. */
-    static void requireFor(Database database, Context context, boolean superuser)
-        throws SQLException, StoreException {
-        String user = context.getUser();
-        if (!Principals.isSuperuser(database, user) && (superuser || !Principals.isAdmin(database, user))) {
-            throw new StoreException(StoreCodes.NOT_AUTHORISED,
-                user + (superuser ? " is no superuser" : " is neither superuser nor administrator"));
+    private static void requireFor(Database database, boolean superuser) throws SQLException, StoreException {
+        if (superuser) {
+            database.access().requireSuperuser();
+        } else {
+            database.access().requireAdministrator();
         }
     }
 
@@ -292,10 +297,7 @@ public final class Administration {
 
     private static String existing(Database database, int kind, String name) throws SQLException, StoreException {
         String folded = Principals.required(name);
-        if (!Principals.exists(database, kind, folded)) {
-            throw new StoreException(StoreCodes.NOT_FOUND,
-                "there is no " + (kind == Principals.USER ? "user " : "group ") + folded);
-        }
+        Principals.requireKnown(database, kind, folded);
         return folded;
     }
 

@@ -16,8 +16,8 @@ import java.util.function.UnaryOperator;
 /**
  * Messages that wait for being sent. One is put in with the record of the run that it tells of, in the same unit of
  * work; it leaves the box when it was sent or given up, which the run's notification results then say. Times are
- * milliseconds since 1970 UTC. For superusers and administrators, others are answered NOT_AUTHORISED; the caller
- * commits.
+ * milliseconds since 1970 UTC. Who may execute the task puts messages in; what tells of all tasks is for superusers.
+ * The caller commits.
  */
 public final class Outbox {
     /** A box without messages has no next try; a message without one is given up. */
@@ -39,7 +39,7 @@ public final class Outbox {
         String recipient, String address, String sender, String subject, String body, long nowMillis,
         PARLException exception) {
         Operation.write(context, exception, database -> {
-            Administration.requireFor(database, context, false);
+            Administration.requireExecute(database, taskHistoryID);
             Contacts.requireKind(kind);
             Contacts.requireAddress(recipient == null ? "address" : recipient, address);
             if (database.sql().exists("SELECT 1 FROM outbox WHERE task_history_id = ? AND notification_action_id = ?"
@@ -56,7 +56,7 @@ public final class Outbox {
     /** The message that has been due for the longest time; null and 30013 when none is due. */
     public static OutboxMessage next(Context context, long nowMillis, PARLException exception) {
         return Operation.read(context, exception, null, database -> {
-            Administration.requireFor(database, context, false);
+            database.access().requireSuperuser();
             Entry entry = first(database, "WHERE next_try <= ? ORDER BY next_try, outbox_id LIMIT 1", nowMillis);
             if (entry == null) {
                 throw new StoreException(StoreCodes.NOTHING_LISTED, "no message is due");
@@ -68,7 +68,7 @@ public final class Outbox {
     /** When the next message is or was due; -1 when the box is empty, and after a failure. */
     public static long nextTry(Context context, PARLException exception) {
         return Operation.read(context, exception, NEVER, database -> {
-            Administration.requireFor(database, context, false);
+            database.access().requireSuperuser();
             return database.sql().first("SELECT coalesce(min(next_try), ?) FROM outbox", row -> row.getLong(1), NEVER);
         });
     }
@@ -76,7 +76,7 @@ public final class Outbox {
     /** Takes a message out that was sent, and says so in the results of its run; NOT_FOUND when it is not there. */
     public static void sent(Context context, long outboxID, long nowMillis, PARLException exception) {
         Operation.write(context, exception, database -> {
-            Entry entry = required(database, context, outboxID);
+            Entry entry = required(database, outboxID);
             end(database, entry, MDNotificationMessage.SENT_LINE, name -> name.equals("time")
                 ? MDNotificationMessage.wallClock(new Timestamp(nowMillis)) : null);
         });
@@ -89,7 +89,7 @@ public final class Outbox {
     public static void failed(Context context, long outboxID, String why, long retryAtMillis,
         PARLException exception) {
         Operation.write(context, exception, database -> {
-            Entry entry = required(database, context, outboxID);
+            Entry entry = required(database, outboxID);
             String reason = why == null ? "" : Template.cut(Template.oneLine(why), LONGEST_REASON);
             if (retryAtMillis == NEVER) {
                 end(database, entry, MDNotificationMessage.GIVEN_UP_LINE, name -> switch (name) {
@@ -104,9 +104,9 @@ public final class Outbox {
         });
     }
 
-    private static Entry required(Database database, Context context, long outboxID)
+    private static Entry required(Database database, long outboxID)
         throws SQLException, StoreException {
-        Administration.requireFor(database, context, false);
+        database.access().requireSuperuser();
         Entry entry = first(database, "WHERE outbox_id = ?", outboxID);
         if (entry == null) {
             throw new StoreException(StoreCodes.NOT_FOUND, "there is no message " + outboxID);

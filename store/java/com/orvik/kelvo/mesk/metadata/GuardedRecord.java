@@ -13,7 +13,8 @@ import java.sql.SQLException;
 
 /**
  * A record that users and groups hold rights on. A user has a right by himself, through a group that he is in, or as
- * superuser; a group has those given to it. The store keeps and answers rights; who acts for a user asks before acting.
+ * superuser; a group has those given to it. A right on a task covers what belongs to it. Rights are given and taken by
+ * superusers, administrators, and those who may update the record.
  */
 public abstract class GuardedRecord extends Record {
     protected GuardedRecord() {
@@ -82,12 +83,12 @@ public abstract class GuardedRecord extends Record {
 
     private boolean userHas(Context context, MDUser user, int right, PARLException exception) {
         return Operation.read(context, exception, false,
-            database -> Rights.userHas(database, subject(), Principals.required(nameOf(user)), right));
+            database -> Rights.userHas(database, this, Principals.required(nameOf(user)), right));
     }
 
     private boolean groupHas(Context context, MDGroup group, int right, PARLException exception) {
         return Operation.read(context, exception, false,
-            database -> Rights.groupHas(database, subject(), Principals.required(nameOf(group)), right));
+            database -> Rights.groupHas(database, this, Principals.required(nameOf(group)), right));
     }
 
     private void set(Context context, int kind, String name, int right, boolean allowed, PARLException exception) {
@@ -95,6 +96,7 @@ public abstract class GuardedRecord extends Record {
             if (version() == 0) {
                 throw new StoreException(StoreCodes.NOT_FOUND, "the record is not in the store");
             }
+            database.access().requireUpdateOrAdministrator(this);
             Rights.set(database, subject(), kind, Principals.required(name), right, allowed);
         });
     }

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Record;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
@@ -16,7 +17,7 @@ import java.util.Set;
  * conditions tells them by their first character, so there is no "<=" or ">=".
  */
 public final class MDCodeCondition extends Record {
-    private static final Table TABLE = new Table("code_condition", 1);
+    private static final Table TABLE = new Table("code_condition", 1, Guard.SUCCESS_CODE);
     private static final Set<String> CONDITIONS = Set.of("=", "==", "!", "!=", "<", ">");
 
     private long codeConditionID;

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
@@ -18,7 +19,7 @@ import java.util.List;
  * kept in the order in which they were added.
  */
 public final class MDFollowOnAction extends TaskAction {
-    private static final Table TABLE = new Table("follow_on_action", 1);
+    private static final Table TABLE = new Table("follow_on_action", 1, Guard.FOLLOW_ON);
 
     private long followOnActionID;
     private int action = 1;

@@ -31,7 +31,7 @@ public final class MDFollowOnActionType {
 
     /** Deletes the action as it stands, see {@link MDFollowOnAction#delete}. */
     public void delete(Context context, long followOnActionID, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(
-            database.find(MDFollowOnAction::new, "WHERE follow_on_action_id = ?", followOnActionID)));
+        Operation.write(context, exception, database -> database.delete(MDFollowOnAction::new,
+            "WHERE follow_on_action_id = ?", followOnActionID));
     }
 }

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
@@ -11,7 +12,9 @@ import com.orvik.kelvo.mesk.store.Table;
 import com.orvik.kelvo.mesk.store.Template;
 import java.sql.Clob;
 import java.sql.SQLException;
+import java.util.ArrayList;
 import java.util.Collection;
+import java.util.List;
 
 /**
  * Whom to tell, and how, when the parent task ends. Message type: 1 e-mail, 2 pager, 3 both. Condition: 0 whenever it
@@ -21,7 +24,7 @@ public final class MDNotificationAction extends TaskAction {
     /** How many characters of a subject a pager gets. */
     public static final int PAGER_SUBJECT_LENGTH = 60;
 
-    private static final Table TABLE = new Table("notification_action", 1);
+    private static final Table TABLE = new Table("notification_action", 1, Guard.NOTIFICATION);
     private static final int USUAL_TYPE = 1;
 
     private long notificationActionID;
@@ -121,16 +124,22 @@ public final class MDNotificationAction extends TaskAction {
 
     /** The names of the contacts to tell, in their order; 30014 when there are none. */
     public Collection<?> retrieveContactNameList(Context context, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NO_RELATION, database -> database.sql().list(
-            "SELECT contact_name FROM notification_contact WHERE notification_action_id = ? ORDER BY position",
-            row -> row.getString(1), notificationActionID));
+        return names(context, exception,
+            "SELECT contact_name FROM notification_contact WHERE notification_action_id = ? ORDER BY position");
     }
 
     /** The names of the contact groups to tell, in their order; 30014 when there are none. */
     public Collection<?> retrieveContactGroupNameList(Context context, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NO_RELATION, database -> database.sql().list(
-            "SELECT contact_group_name FROM notification_contact_group WHERE notification_action_id = ?"
-                + " ORDER BY position", row -> row.getString(1), notificationActionID));
+        return names(context, exception, "SELECT contact_group_name FROM notification_contact_group"
+            + " WHERE notification_action_id = ? ORDER BY position");
+    }
+
+    private ArrayList<String> names(Context context, PARLException exception, String query) {
+        return Operation.readList(context, exception, StoreCodes.NO_RELATION, database -> {
+            database.access().requireRead(this);
+            List<String> names = database.sql().list(query, row -> row.getString(1), notificationActionID);
+            return names;
+        });
     }
 
     public long getNotificationActionID() {

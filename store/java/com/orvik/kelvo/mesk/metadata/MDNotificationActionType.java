@@ -31,7 +31,7 @@ public final class MDNotificationActionType {
 
     /** Deletes the action as it stands, see {@link MDNotificationAction#delete}. */
     public void delete(Context context, long notificationActionID, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(database.find(MDNotificationAction::new,
-            "WHERE notification_action_id = ?", notificationActionID)));
+        Operation.write(context, exception, database -> database.delete(MDNotificationAction::new,
+            "WHERE notification_action_id = ?", notificationActionID));
     }
 }

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Record;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
@@ -17,7 +18,7 @@ import java.sql.Time;
  * 0 minutes, 1 hours, 2 days, 3 weeks, 4 months on a day, 5 months on an n-th weekday, 6 years.
  */
 public final class MDScheduleEvent extends Record {
-    private static final Table TABLE = new Table("schedule_event", 1);
+    private static final Table TABLE = new Table("schedule_event", 1, Guard.RULE);
     private static final int[] LARGEST_UNIT = {1000, 24, 31, 52, 12, 12, 10};
 
     private long scheduleEventID;

@@ -31,7 +31,7 @@ public final class MDScheduleEventType {
 
     /** Deletes the rule as it stands, see {@link MDScheduleEvent#delete}. */
     public void delete(Context context, long scheduleEventID, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(
-            database.find(MDScheduleEvent::new, "WHERE schedule_event_id = ?", scheduleEventID)));
+        Operation.write(context, exception, database -> database.delete(MDScheduleEvent::new,
+            "WHERE schedule_event_id = ?", scheduleEventID));
     }
 }

@@ -31,7 +31,7 @@ public final class MDSharedNamedScheduleType {
 
     /** Deletes the schedule as it stands, see {@link MDSharedNamedSchedule#delete}. */
     public void delete(Context context, long scheduleID, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(
-            database.find(MDSharedNamedSchedule::new, "WHERE shared_named_schedule_id = ?", scheduleID)));
+        Operation.write(context, exception, database -> database.delete(MDSharedNamedSchedule::new,
+            "WHERE shared_named_schedule_id = ?", scheduleID));
     }
 }

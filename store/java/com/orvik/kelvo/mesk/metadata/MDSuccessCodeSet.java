@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Record;
 import com.orvik.kelvo.mesk.store.StoreCodes;
@@ -14,7 +15,7 @@ import java.util.Collection;
 
 /** A set of conditions on the return code of a task; a run of which any holds has succeeded. */
 public final class MDSuccessCodeSet extends Record {
-    private static final Table TABLE = new Table("success_code_set", 1);
+    private static final Table TABLE = new Table("success_code_set", 1, Guard.SUCCESS_CODES);
 
     private long successCodeSetID;
 

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Principals;
 import com.orvik.kelvo.mesk.store.Rights;
@@ -19,6 +20,7 @@ import java.sql.Timestamp;
 import java.util.ArrayList;
 import java.util.Collection;
 import java.util.List;
+import java.util.function.Function;
 import java.util.function.Supplier;
 
 /**
@@ -26,7 +28,7 @@ import java.util.function.Supplier;
  * It has nothing to release: `finalize` is that of every object.
  */
 public final class MDTask extends GuardedRecord {
-    private static final Table TABLE = new Table("task", 2);
+    private static final Table TABLE = new Table("task", 2, Guard.TASK);
 
     private long taskID;
     private int suffix;
@@ -159,6 +161,7 @@ public final class MDTask extends GuardedRecord {
     @Override
     public void inserting(Database database) throws SQLException, StoreException {
         validate();
+        Rights.giveAll(database, subject(), database.access().user());
     }
 
     @Override
@@ -237,8 +240,7 @@ public final class MDTask extends GuardedRecord {
 
     /** The task's follow-on actions in the order in which they were added; 30014 when it has none. */
     public Collection<?> retrieveFollowOnActionList(Context context, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
-            database -> TaskRelations.followOns(database, taskID, suffix));
+        return related(context, exception, database -> TaskRelations.followOns(database, taskID, suffix));
     }
 
     /** As {@link #addFollowOnAction} for a notification action. */
@@ -253,14 +255,12 @@ public final class MDTask extends GuardedRecord {
 
     /** The task's notification actions in the order in which they were added; 30014 when it has none. */
     public Collection<?> retrieveNotificationActionList(Context context, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
-            database -> TaskRelations.notifications(database, taskID, suffix));
+        return related(context, exception, database -> TaskRelations.notifications(database, taskID, suffix));
     }
 
     /** The tasks that have a follow-on action which runs this one, by key; 30014 when there are none. */
     public Collection<?> retrievePredecessorTaskWithExecActionList(Context context, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
-            database -> TaskRelations.predecessors(database, taskID, suffix));
+        return related(context, exception, database -> TaskRelations.predecessors(database, taskID, suffix));
     }
 
     /** The steps of the task, which is a group, in their order; 30014 when it has none. */
@@ -291,8 +291,14 @@ public final class MDTask extends GuardedRecord {
 
     private <T extends Stored> Collection<?> relation(Context context, PARLException exception, Relation relation,
         Supplier<T> maker) {
-        return Operation.readList(context, exception, StoreCodes.NO_RELATION,
-            database -> relation.list(database, maker, key()));
+        return related(context, exception, database -> relation.list(database, maker, key()));
+    }
+
+    private <T> ArrayList<T> related(Context context, PARLException exception, Operation.Work<List<T>> list) {
+        return Operation.readList(context, exception, StoreCodes.NO_RELATION, database -> {
+            database.access().requireRead(this);
+            return list.run(database);
+        });
     }
 
     private void add(Context context, TaskAction action, PARLException exception) {
@@ -309,23 +315,24 @@ public final class MDTask extends GuardedRecord {
 
     /** The users that were given a right (0 read, 1 update, 2 execute) on the task; 30013 when there are none. */
     public ArrayList<?> getUsersWithPermission(Context context, int permission, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
-            List<MDUser> users = new ArrayList<>();
-            for (String name : Rights.holders(database, subject(), Principals.USER, permission)) {
-                users.add(new MDUser(name));
-            }
-            return users;
-        });
+        return holders(context, exception, Principals.USER, permission, MDUser::new);
     }
 
     /** The groups that were given a right (0 read, 1 update, 2 execute) on the task; 30013 when there are none. */
     public ArrayList<?> getGroupsWithPermission(Context context, int permission, PARLException exception) {
+        return holders(context, exception, Principals.GROUP, permission, MDGroup::new);
+    }
+
+    /** For those who may read the task and those who give rights. */
+    private <P> ArrayList<P> holders(Context context, PARLException exception, int kind, int permission,
+        Function<String, P> maker) {
         return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
-            List<MDGroup> groups = new ArrayList<>();
-            for (String name : Rights.holders(database, subject(), Principals.GROUP, permission)) {
-                groups.add(new MDGroup(name));
+            database.access().requireReadOrAdministrator(this);
+            List<P> holders = new ArrayList<>();
+            for (String name : Rights.holders(database, subject(), kind, permission)) {
+                holders.add(maker.apply(name));
             }
-            return groups;
+            return holders;
         });
     }
 

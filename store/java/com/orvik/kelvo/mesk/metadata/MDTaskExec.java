@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.Secret;
@@ -19,7 +20,7 @@ import java.sql.Timestamp;
  * claims the scheduled instant: of all who try, one succeeds, and the others are answered CLAIMED or CHANGED.
  */
 public final class MDTaskExec extends GuardedRecord {
-    private static final Table TABLE = new Table("task_exec", 1);
+    private static final Table TABLE = new Table("task_exec", 1, Guard.EXECUTION);
     private static final long NONE = -1;
 
     private long taskExecID;

@@ -31,7 +31,7 @@ public final class MDTaskExecType {
 
     /** Deletes the execution as it stands. */
     public void delete(Context context, long taskExecID, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(
-            database.find(MDTaskExec::new, "WHERE task_exec_id = ?", taskExecID)));
+        Operation.write(context, exception, database -> database.delete(MDTaskExec::new,
+            "WHERE task_exec_id = ?", taskExecID));
     }
 }

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.StoreCodes;
@@ -20,7 +21,7 @@ import java.util.Collection;
  * of the task's definition as it stands in the same transaction; a task that is gone leaves none.
  */
 public final class MDTaskHistory extends GuardedRecord {
-    private static final Table TABLE = new Table("task_history", 1);
+    private static final Table TABLE = new Table("task_history", 1, Guard.HISTORY);
 
     private long taskHistoryID;
     private long rootTaskHistoryID = -1;
@@ -152,7 +153,8 @@ public final class MDTaskHistory extends GuardedRecord {
             if (result == null) {
                 throw new StoreException(StoreCodes.INVALID, "no result was given");
             }
-            database.find(MDTaskHistory::new, "WHERE task_history_id = ?", taskHistoryID);
+            database.access().trusted(inner ->
+                inner.find(MDTaskHistory::new, "WHERE task_history_id = ?", taskHistoryID));
             result.setTaskHistoryID(taskHistoryID);
             if (result.version() == 0) {
                 database.insert(result);

@@ -3,6 +3,7 @@ package com.orvik.kelvo.mesk.metadata;
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Operation;
+import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
 import java.sql.Timestamp;
@@ -50,7 +51,7 @@ public final class MDTaskHistoryType {
      * Prunes: deletes the histories of the task that started strictly before an instant and are finished, with their
      * results and claims and the snapshots that no history has any more. A run in progress or waiting for a retry
      * (running status 1 or 6) stays. The task ID -1 stands for every task, those that are deleted included, whatever
-     * the suffix. Finding nothing to delete is success; a null instant is INVALID.
+     * the suffix, and is for superusers; a task's needs the right to update it. Finding nothing to delete is success; a null instant is INVALID.
      */
     public void delete(Context context, long taskID, int suffix, Timestamp before, PARLException exception) {
         Operation.write(context, exception, database -> {
@@ -58,8 +59,10 @@ public final class MDTaskHistoryType {
                 throw new StoreException(StoreCodes.INVALID, "no instant was given");
             }
             if (taskID == EVERY_TASK) {
+                database.access().requireSuperuser();
                 Snapshots.pruneAll(database, before);
             } else {
+                database.access().require(Rights.UPDATE, taskID, suffix);
                 Snapshots.prune(database, taskID, suffix, before);
             }
         });

@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.StoreException;
 import com.orvik.kelvo.mesk.store.Table;
@@ -12,7 +13,7 @@ import java.sql.Timestamp;
 
 /** The outcome of one part of a run. It belongs to a history once {@link MDTaskHistory#addTaskResult} was given it. */
 public final class MDTaskResult extends GuardedRecord {
-    private static final Table TABLE = new Table("task_result", 1);
+    private static final Table TABLE = new Table("task_result", 1, Guard.RESULT);
 
     private long taskResultID;
     private long taskHistoryID;

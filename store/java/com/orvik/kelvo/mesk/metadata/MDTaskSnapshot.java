@@ -4,6 +4,7 @@ import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Stored;
 import com.orvik.kelvo.mesk.store.StoreException;
@@ -17,7 +18,7 @@ import java.sql.Timestamp;
  * is asked for by the home's own type; therefore the class extends its home.
  */
 public final class MDTaskSnapshot extends MDTaskSnapshotType implements Stored, Cloneable {
-    private static final Table TABLE = new Table("task_snapshot", 1);
+    private static final Table TABLE = new Table("task_snapshot", 1, Guard.SNAPSHOT);
 
     private int version;
     private long taskSnapshotID;

@@ -3,6 +3,7 @@ package com.orvik.kelvo.mesk.metadata;
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Operation;
+import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
 import java.util.Collection;
@@ -43,6 +44,7 @@ public class MDTaskSnapshotType {
     /** Deletes the snapshots of a task; histories that have one then have none. NOT_FOUND when there are none. */
     public void delete(Context context, long taskID, int suffix, PARLException exception) {
         Operation.write(context, exception, database -> {
+            database.access().require(Rights.UPDATE, taskID, suffix);
             if (database.sql().update("DELETE FROM task_snapshot WHERE task_id = ? AND suffix = ?",
                     taskID, suffix) == 0) {
                 throw new StoreException(StoreCodes.NOT_FOUND, "the task has no snapshot");

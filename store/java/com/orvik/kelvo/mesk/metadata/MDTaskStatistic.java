@@ -3,6 +3,7 @@ package com.orvik.kelvo.mesk.metadata;
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
 import com.orvik.kelvo.mesk.store.Columns;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.Rights;
 import com.orvik.kelvo.mesk.store.Table;
 import java.sql.SQLException;
@@ -13,7 +14,7 @@ import java.sql.Timestamp;
  * and smallest. Its key is that of the task. Times in seconds; whoever ends a run does the arithmetic.
  */
 public final class MDTaskStatistic extends GuardedRecord {
-    private static final Table TABLE = new Table("task_statistic", 2);
+    private static final Table TABLE = new Table("task_statistic", 2, Guard.STATISTIC);
 
     private long taskID;
     private int suffix;

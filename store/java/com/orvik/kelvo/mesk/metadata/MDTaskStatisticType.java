@@ -31,7 +31,7 @@ public final class MDTaskStatisticType {
 
     /** Deletes the statistic as it stands, see {@link MDTaskStatistic#delete}. */
     public void delete(Context context, long taskID, int suffix, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(
-            database.find(MDTaskStatistic::new, "WHERE task_id = ? AND suffix = ?", taskID, suffix)));
+        Operation.write(context, exception, database -> database.delete(MDTaskStatistic::new,
+            "WHERE task_id = ? AND suffix = ?", taskID, suffix));
     }
 }

@@ -37,7 +37,7 @@ public final class MDTaskType {
 
     /** Deletes the task as it stands, see {@link MDTask#delete}. */
     public void delete(Context context, long taskID, int suffix, PARLException exception) {
-        Operation.write(context, exception, database -> database.delete(
-            database.find(MDTask::new, "WHERE task_id = ? AND suffix = ?", taskID, suffix)));
+        Operation.write(context, exception, database -> database.delete(MDTask::new,
+            "WHERE task_id = ? AND suffix = ?", taskID, suffix));
     }
 }

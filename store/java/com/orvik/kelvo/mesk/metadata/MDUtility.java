@@ -17,13 +17,14 @@ public final class MDUtility {
     /**
      * Begins a session with the store `url`: a JDBC URL ("jdbc:sqlite:/path/file.mesk") or the path of a file. A file
      * that does not exist becomes a new store, and `user` its superuser and administrator. `schema` may be null.
-     * A null `user` is the user of the operating system. SQLite asks for no password: who can open the file may.
+     * A null `user` is the user of the operating system. SQLite asks for no password: the owner of the file and root
+     * may work for anybody, others for themselves only: NOT_AUTHORISED.
      * The URL's option `mesk.durability=off` gives up that commits survive a crash of the machine; for simulations.
      * Null after a failure.
      */
     public static Context connectMD(String url, String schema, String user, String password, PARLException exception) {
         try {
-            String name = Principals.fold(user == null || user.isEmpty() ? System.getProperty("user.name") : user);
+            String name = Principals.fold(user == null || user.isEmpty() ? Principals.caller() : user);
             Database database = Database.connect(url, schema, user, password, name);
             Operation.fill(exception, StoreCodes.OK, null, null);
             return new Context(database, name);
@@ -63,7 +64,7 @@ public final class MDUtility {
 
     /**
      * Says that the scheduler named `scheduler` works on the store (the first four are those of `connectMD`). IN_USE
-     * while another one is marked; a scheduler that crashed finds its own mark and goes on with it.
+     * while another one is marked; a scheduler that crashed finds its own mark and goes on with it. For superusers.
      */
     public static void markedByScheduler(String url, String schema, String user, String password, String scheduler,
         PARLException exception) {
@@ -71,6 +72,7 @@ public final class MDUtility {
             if (scheduler == null || scheduler.isEmpty()) {
                 throw new StoreException(StoreCodes.INVALID, "a scheduler needs a name");
             }
+            database.access().requireSuperuser();
             String marked = marked(database);
             if (marked == null) {
                 database.sql().update("INSERT INTO scheduler_mark (id, scheduler) VALUES (1, ?)", scheduler);
@@ -80,10 +82,11 @@ public final class MDUtility {
         });
     }
 
-    /** Takes the mark of this scheduler away; NOT_FOUND when the store does not bear it. */
+    /** Takes the mark of this scheduler away; NOT_FOUND when the store does not bear it. For superusers. */
     public static void unmarkedByScheduler(String url, String schema, String user, String password, String scheduler,
         PARLException exception) {
         inSession(url, schema, user, password, exception, database -> {
+            database.access().requireSuperuser();
             if (database.sql().update("DELETE FROM scheduler_mark WHERE scheduler = ?", scheduler) == 0) {
                 throw new StoreException(StoreCodes.NOT_FOUND, "the scheduler " + scheduler + " has no mark");
             }

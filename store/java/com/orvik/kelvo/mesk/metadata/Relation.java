@@ -1,6 +1,7 @@
 package com.orvik.kelvo.mesk.metadata;
 
 import com.orvik.kelvo.mesk.store.Database;
+import com.orvik.kelvo.mesk.store.Guard;
 import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
 import com.orvik.kelvo.mesk.store.Stored;
@@ -14,12 +15,20 @@ import java.util.function.Supplier;
  */
 final class Relation {
     /** One end: what people call a record of it, its table, its name column or null, its key columns. */
-    record End(String what, String table, String name, String... keys) {
+    record End(String what, String table, Guard guard, String name, String... keys) {
         /** What a message calls the record with this key: by its name, or else by the key itself. */
         String of(Database database, Object... key) throws SQLException {
             String found = name == null ? null : database.sql().first("SELECT " + name + " FROM " + table + " WHERE "
                 + match(keys), row -> row.getString(1), key);
             return "the " + what + (found == null ? " " + key[0] : " '" + found + "'");
+        }
+
+        /** Fails with NOT_AUTHORISED when there is a record with this key that the session's user may not change. */
+        void requireChange(Database database, Object... key) throws SQLException, StoreException {
+            String match = " WHERE " + match(keys);
+            if (!database.access().isUnlimited() && database.sql().exists("SELECT 1 FROM " + table + match, key)) {
+                database.access().requireChange(guard, table, match, key, of(database, key));
+            }
         }
 
         /** Fails with NOT_FOUND when there is no record with this key. */
@@ -30,12 +39,14 @@ final class Relation {
         }
     }
 
-    static final End TASK = new End("task", "task", "task_name", "task_id", "suffix");
-    static final End RULE = new End("schedule rule", "schedule_event", null, "schedule_event_id");
-    static final End SCHEDULE = new End("shared schedule", "shared_named_schedule", "shared_schedule_name",
-        "shared_named_schedule_id");
-    static final End FOLLOW_ON = new End("follow-on action", "follow_on_action", null, "follow_on_action_id");
-    static final End CODE_SET = new End("success code set", "success_code_set", null, "success_code_set_id");
+    static final End TASK = new End("task", "task", Guard.TASK, "task_name", "task_id", "suffix");
+    static final End RULE = new End("schedule rule", "schedule_event", Guard.RULE, null, "schedule_event_id");
+    static final End SCHEDULE = new End("shared schedule", "shared_named_schedule", Guard.ADMINISTERED,
+        "shared_schedule_name", "shared_named_schedule_id");
+    static final End FOLLOW_ON = new End("follow-on action", "follow_on_action", Guard.FOLLOW_ON, null,
+        "follow_on_action_id");
+    static final End CODE_SET = new End("success code set", "success_code_set", Guard.SUCCESS_CODES, null,
+        "success_code_set_id");
 
     private final End owner;
     private final End member;
@@ -79,8 +90,15 @@ final class Relation {
         return parts;
     }
 
-    /** Adds a member behind the others. NOT_FOUND when one of the two is not in the store, EXISTS when it is one. */
+    /**
+     * Adds a member behind the others, for whoever may change the owner, and the member if it is a part of its owners.
+     * NOT_FOUND when one of the two is not in the store, EXISTS when it is one.
+     */
     void add(Database database, Object[] ownerKey, Object[] memberKey) throws SQLException, StoreException {
+        owner.requireChange(database, ownerKey);
+        if (member == RULE || member == CODE_SET) {
+            member.requireChange(database, memberKey);
+        }
         owner.require(database, ownerKey);
         member.require(database, memberKey);
         if (database.sql().exists(find, joined(ownerKey, memberKey))) {
@@ -89,10 +107,12 @@ final class Relation {
         }
         int position = database.sql().first(last, row -> row.getInt(1), ownerKey) + 1;
         database.sql().update(insert, joined(ownerKey, joined(memberKey, key(position))));
+        owner.requireChange(database, ownerKey);
     }
 
     /** Takes a member away; NOT_FOUND when it is none. */
     void remove(Database database, Object[] ownerKey, Object[] memberKey) throws SQLException, StoreException {
+        owner.requireChange(database, ownerKey);
         if (database.sql().update(delete, joined(ownerKey, memberKey)) == 0) {
             throw new StoreException(StoreCodes.NOT_FOUND,
                 owner.of(database, ownerKey) + " does not have " + member.of(database, memberKey));
@@ -102,6 +122,7 @@ final class Relation {
     /** Makes these the members, in this order. A member that is given twice is INVALID. */
     void replace(Database database, Object[] ownerKey, List<Object[]> memberKeys)
         throws SQLException, StoreException {
+        owner.requireChange(database, ownerKey);
         owner.require(database, ownerKey);
         clear(database, ownerKey);
         for (Object[] memberKey : memberKeys) {
@@ -112,7 +133,7 @@ final class Relation {
         }
     }
 
-    /** Takes all members away. */
+    /** Takes all members away, whoever asks. */
     void clear(Database database, Object[] ownerKey) throws SQLException {
         database.sql().update(clear, ownerKey);
     }

@@ -68,7 +68,7 @@ public abstract class TaskAction extends Record {
 
     /** Makes the task this action's parent. An action that is not in the store yet is inserted. */
     final void addTo(Database database, long taskID, int suffix) throws SQLException, StoreException {
-        TaskAction before = version() == 0 ? null : stored(database);
+        TaskAction before = version() == 0 ? null : database.access().trusted(this::stored);
         if (before != null && before.parentTaskID != 0) {
             throw new StoreException(StoreCodes.EXISTS,
                 "the action belongs to " + Relation.TASK.of(database, before.parentTaskID, before.parentSuffix));
@@ -78,7 +78,7 @@ public abstract class TaskAction extends Record {
 
     /** Takes the action away from the task; it stays in the store without a parent. */
     final void removeFrom(Database database, long taskID, int suffix) throws SQLException, StoreException {
-        TaskAction before = stored(database);
+        TaskAction before = database.access().trusted(this::stored);
         if (before.parentTaskID != taskID || before.parentSuffix != suffix) {
             throw new StoreException(StoreCodes.NOT_FOUND,
                 Relation.TASK.of(database, taskID, suffix) + " does not have this action");

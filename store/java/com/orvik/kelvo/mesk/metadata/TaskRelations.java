@@ -116,7 +116,10 @@ public final class TaskRelations {
 
     // Steps, success codes, follow-on actions
 
-    /** Makes these tasks the steps of a group, in this order. No group contains itself, nor by way of its steps. */
+    /**
+     * Makes these tasks the steps of a group, in this order. No group contains itself, nor by way of its steps. Who
+     * changes a group must be allowed to execute its steps.
+     */
     public static void setMembers(Database database, long taskID, int suffix, long[] memberIDs, int[] memberSuffixes)
         throws SQLException, StoreException {
         if (memberIDs == null || memberSuffixes == null || memberIDs.length != memberSuffixes.length) {
@@ -127,6 +130,9 @@ public final class TaskRelations {
             members.add(Relation.key(memberIDs[i], memberSuffixes[i]));
         }
         MEMBERS.replace(database, Relation.key(taskID, suffix), members);
+        for (int i = 0; i < memberIDs.length; i++) {
+            database.access().require(Rights.EXECUTE, memberIDs[i], memberSuffixes[i]);
+        }
         if (database.sql().exists("WITH RECURSIVE inside (task_id, suffix) AS (SELECT member_task_id, member_suffix"
             + " FROM task_group_member WHERE task_id = ? AND suffix = ? UNION SELECT g.member_task_id, g.member_suffix"
             + " FROM task_group_member g JOIN inside i ON i.task_id = g.task_id AND i.suffix = g.suffix)"

@@ -3,7 +3,9 @@ package com.orvik.kelvo.mesk.store;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.util.ArrayList;
+import java.util.HashMap;
 import java.util.List;
+import java.util.Map;
 import java.util.function.Supplier;
 
 /**
@@ -21,27 +23,32 @@ public final class Database {
     private final Sql sql;
     private final Keys keys;
     private final Vault vault;
+    private final Access access;
     private final List<Undo> undo = new ArrayList<>();
     private boolean installed;
     private boolean autoCommit;
     private boolean inUnit;
     private StoreException lost;
 
-    private Database(Dialect dialect, Connection connection) {
+    private Database(Dialect dialect, Connection connection, String user) {
         this.dialect = dialect;
         this.connection = connection;
         this.sql = new Sql(connection);
         this.keys = new Keys(this);
         this.vault = new Vault(dialect.keyFile());
+        this.access = new Access(this, user);
     }
 
-    /** Opens the store at `url`, making or upgrading its tables. */
-    public static Database connect(String url, String schema, String user, String password, String creator)
+    /**
+     * Opens the store at `url` for the user `name` (in capitals), making or upgrading its tables. `user` and `password`
+     * are for a database that asks for them.
+     */
+    public static Database connect(String url, String schema, String user, String password, String name)
         throws SQLException, StoreException {
         Dialect dialect = Dialect.of(url);
-        Database database = new Database(dialect, dialect.connect(schema, user, password));
+        Database database = new Database(dialect, dialect.connect(schema, user, password, name), name);
         try {
-            Schema.install(database, creator);
+            Schema.install(database, name);
             database.installed = true;
             return database;
         } catch (SQLException failure) {
@@ -55,6 +62,11 @@ public final class Database {
 
     public Sql sql() {
         return sql;
+    }
+
+    /** What the user of the session may do. */
+    public Access access() {
+        return access;
     }
 
     Dialect dialect() {
@@ -105,6 +117,7 @@ public final class Database {
         try {
             sql.execute("ROLLBACK TO operation");
             sql.execute("RELEASE operation");
+            access.lookAgain();
             undoTo(mark);
         } catch (SQLException ended) {
             // The database itself ended the transaction, as it does when the disk is full: all of it is gone, and
@@ -132,6 +145,7 @@ public final class Database {
             throw failure;
         }
         inUnit = false;
+        access.lookAgain();
         undo.clear();
     }
 
@@ -142,6 +156,7 @@ public final class Database {
             inUnit = false;
             rollbackQuietly();
         }
+        access.lookAgain();
         undoTo(0);
     }
 
@@ -171,8 +186,11 @@ public final class Database {
 
     /** Inserts a record with a key of its own. */
     public void insert(Stored record) throws SQLException, StoreException {
-        record.takeKey(this);
-        record.inserting(this);
+        access.trusted(inner -> {
+            record.takeKey(inner);
+            record.inserting(inner);
+            return null;
+        });
         Table table = record.table();
         Table.Statements statements = table.statements(record);
         try {
@@ -185,12 +203,17 @@ public final class Database {
             }
             throw failure;
         }
+        access.inserted(record);
         remember(record, 1);
     }
 
     /** Updates a record that nobody else has changed since it was read. */
     public void update(Stored record) throws SQLException, StoreException {
-        record.updating(this);
+        Guard.Condition after = access.updating(record);
+        access.trusted(inner -> {
+            record.updating(inner);
+            return null;
+        });
         Table table = record.table();
         Table.Statements statements = table.statements(record);
         int changed;
@@ -208,13 +231,18 @@ public final class Database {
         if (changed == 0) {
             throw stale(record);
         }
+        access.updated(record, after);
         remember(record, record.version() + 1);
     }
 
     /** Deletes a record that nobody else has changed since it was read. */
     public void delete(Stored record) throws SQLException, StoreException {
+        access.deleting(record);
         requireCurrent(record);
-        record.deleting(this);
+        access.trusted(inner -> {
+            record.deleting(inner);
+            return null;
+        });
         Table table = record.table();
         int changed = sql.update(table.statements(record).delete(), statement -> {
             record.columns(new ColumnBinder(statement, vault, table.keys(), 0));
@@ -226,6 +254,12 @@ public final class Database {
         remember(record, 0);
     }
 
+    /** Deletes the first record that `condition` selects, whether the user may read it or not. */
+    public <T extends Stored> void delete(Supplier<T> maker, String condition, Object... parameters)
+        throws SQLException, StoreException {
+        delete(access.trusted(inner -> inner.find(maker, condition, parameters)));
+    }
+
     /** Fails unless the row has the version that the record remembers. */
     public void requireCurrent(Stored record) throws SQLException, StoreException {
         Integer version = storedVersion(record);
@@ -234,28 +268,38 @@ public final class Database {
         }
     }
 
-    /** All records that `condition` (of constants and parameters, with its order) selects. */
+    /** All records that `condition` (of constants and parameters, with its order) selects and the user may read. */
     public <T extends Stored> List<T> list(Supplier<T> maker, String condition, Object... parameters)
         throws SQLException {
         Stored any = maker.get();
         Table.Statements statements = any.table().statements(any);
         int versionColumn = any.table().keys() + statements.others() + 1;
-        List<T> records = sql.list(statements.select() + condition, row -> {
+        boolean all = access.isUnlimited();
+        List<T> records = sql.list((all ? statements.select() : statements.readable()) + condition, row -> {
             T record = maker.get();
             record.columns(new ColumnReader(row, vault));
             record.version(row.getInt(versionColumn));
             return record;
-        }, parameters);
+        }, all ? parameters : withUser(parameters));
         for (T record : records) {
             record.loaded(this);
         }
         return records;
     }
 
-    /** The first record that `condition` selects; fails with NOT_FOUND. */
+    /**
+     * The first record that `condition` selects and the user may read; fails with NOT_FOUND, or with NOT_AUTHORISED
+     * where there are only others.
+     */
     public <T extends Stored> T find(Supplier<T> maker, String condition, Object... parameters)
         throws SQLException, StoreException {
         List<T> found = list(maker, condition, parameters);
+        if (found.isEmpty() && !access.isUnlimited()) {
+            List<T> hidden = access.trusted(inner -> inner.list(maker, condition, parameters));
+            if (!hidden.isEmpty()) {
+                throw access.unreadable(hidden.get(0));
+            }
+        }
         if (found.isEmpty()) {
             throw new StoreException(StoreCodes.NOT_FOUND, "there is no such " + maker.get().table().name());
         }
@@ -284,6 +328,7 @@ public final class Database {
         }
         sql.execute(dialect.begin());
         inUnit = true;
+        access.lookAgain();
         return true;
     }
 
@@ -295,11 +340,41 @@ public final class Database {
             "somebody else changed this " + record.table().name() + " since it was read");
     }
 
-    private Integer storedVersion(Stored record) throws SQLException {
+    /** The version of the record's row; null when there is none. */
+    Integer storedVersion(Stored record) throws SQLException {
         Table table = record.table();
-        List<Integer> versions = sql.list(table.statements(record).version(), row -> row.getInt(1),
+        List<Integer> versions = sql.list("SELECT version FROM " + table.name() + table.statements(record).match(),
+            row -> row.getInt(1),
             statement -> record.columns(new ColumnBinder(statement, vault, table.keys(), 0)));
         return versions.isEmpty() ? null : versions.get(0);
+    }
+
+    /** The values of the record's columns. */
+    ColumnValues values(Stored record) throws SQLException {
+        ColumnValues values = new ColumnValues(vault, record.table().keys());
+        record.columns(values);
+        return values;
+    }
+
+    /** The values of the record's columns as its row has them. */
+    Map<String, Object> row(Stored record) throws SQLException {
+        Table table = record.table();
+        ColumnValues values = values(record);
+        return sql.first("SELECT * FROM " + table.name() + table.statements(record).match(), row -> {
+            Map<String, Object> stored = new HashMap<>();
+            for (String column : values.all().keySet()) {
+                Object value = row.getObject(column);
+                stored.put(column, value instanceof Number ? (Object) ((Number) value).longValue() : value);
+            }
+            return stored;
+        }, values.keys().toArray());
+    }
+
+    private Object[] withUser(Object... parameters) {
+        Object[] all = new Object[parameters.length + 1];
+        all[0] = access.user();
+        System.arraycopy(parameters, 0, all, 1, parameters.length);
+        return all;
     }
 
     private void remember(Stored record, int version) {

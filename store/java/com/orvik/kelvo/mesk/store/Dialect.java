@@ -20,8 +20,12 @@ public abstract class Dialect {
         return new SqliteDialect(url);
     }
 
-    /** Opens a connection that commits each statement by itself. */
-    abstract Connection connect(String schema, String user, String password) throws SQLException, StoreException;
+    /**
+     * Opens a connection that commits each statement by itself. NOT_AUTHORISED for one who may not work for the user
+     * `name` (in capitals).
+     */
+    abstract Connection connect(String schema, String user, String password, String name)
+        throws SQLException, StoreException;
 
     /** The store code of a failure of this database. */
     abstract int code(SQLException failure);

@@ -11,6 +11,11 @@ public final class Principals {
     private Principals() {
     }
 
+    /** The user of the operating system. */
+    public static String caller() {
+        return OsUser.current().name();
+    }
+
     /** The name as it is kept; null for null. */
     public static String fold(String name) {
         return name == null ? null : name.toUpperCase(Locale.ROOT);
@@ -30,6 +35,13 @@ public final class Principals {
 
     public static boolean isAdmin(Database database, String user) throws SQLException {
         return database.sql().exists("SELECT 1 FROM principal WHERE kind = 0 AND name = ? AND admin = 1", user);
+    }
+
+    /** Fails with NOT_FOUND for a user or group whom the store does not know. */
+    public static void requireKnown(Database database, int kind, String name) throws SQLException, StoreException {
+        if (!exists(database, kind, name)) {
+            throw new StoreException(StoreCodes.NOT_FOUND, "there is no " + (kind == USER ? "user " : "group ") + name);
+        }
     }
 
     public static boolean exists(Database database, int kind, String name) throws SQLException {

@@ -20,33 +20,48 @@ public final class Rights {
     public record Subject(int kind, long id, int suffix) {
     }
 
+    private static final String[] NAMES = {"read", "update", "execute"};
     private static final String OF_SUBJECT = " object_kind = ? AND object_id = ? AND object_suffix = ?";
 
     private Rights() {
     }
 
-    public static boolean userHas(Database database, Subject subject, String user, int right) throws SQLException {
-        return Principals.isSuperuser(database, user)
-            || database.sql().exists("SELECT 1 FROM permission WHERE" + OF_SUBJECT
-                + " AND permission = ? AND (principal_kind = 0 AND principal_name = ? OR principal_kind = 1"
-                + " AND principal_name IN (SELECT group_name FROM membership WHERE user_name = ?))",
-                subject.kind(), subject.id(), subject.suffix(), right, user, user);
+    /** What people call a right. */
+    static String name(int right) {
+        return NAMES[right];
     }
 
-    public static boolean groupHas(Database database, Subject subject, String group, int right) throws SQLException {
-        return holds(database, subject, Principals.GROUP, group, right);
+    /** Whether a user has the right by himself, by a group or as superuser, on the record or on the task it is of. */
+    public static boolean userHas(Database database, Stored record, String user, int right) throws SQLException {
+        return Principals.isSuperuser(database, user) || Access.has(database, record, Principals.USER, user, right);
     }
 
+    /** Whether a group has the right, on the record or on the task it is of. */
+    public static boolean groupHas(Database database, Stored record, String group, int right) throws SQLException {
+        return Access.has(database, record, Principals.GROUP, group, right);
+    }
+
+    /** Gives a right to a user or group whom the store knows, or takes it away. */
     public static void set(Database database, Subject subject, int kind, String name, int right, boolean allowed)
-        throws SQLException {
+        throws SQLException, StoreException {
         if (!allowed) {
             database.sql().update("DELETE FROM permission WHERE" + OF_SUBJECT
                 + " AND principal_kind = ? AND principal_name = ? AND permission = ?",
                 subject.kind(), subject.id(), subject.suffix(), kind, name, right);
         } else if (!holds(database, subject, kind, name, right)) {
+            Principals.requireKnown(database, kind, name);
             database.sql().update("INSERT INTO permission (object_kind, object_id, object_suffix, principal_kind,"
                 + " principal_name, permission) VALUES (?, ?, ?, ?, ?, ?)",
                 subject.kind(), subject.id(), subject.suffix(), kind, name, right);
+        }
+    }
+
+    /** Gives a user all rights; one whom the store does not know gets none. */
+    public static void giveAll(Database database, Subject subject, String user) throws SQLException, StoreException {
+        if (Principals.exists(database, Principals.USER, user)) {
+            for (int right = READ; right <= EXECUTE; right++) {
+                set(database, subject, Principals.USER, user, right, true);
+            }
         }
     }
 

@@ -79,10 +79,12 @@ final class SqliteDialect extends Dialect {
     }
 
     @Override
-    Connection connect(String schema, String user, String password) throws SQLException, StoreException {
+    Connection connect(String schema, String user, String password, String name)
+        throws SQLException, StoreException {
         nameNativeLibrary();
         if (file != null) {
             prepareFile();
+            requireIdentity(name);
         }
         int pool = file == null ? 0 : ConnectionPoolManager.getDefaultPoolSize();
         // The change to write-ahead logging answers "busy" at once when two processes make it together.
@@ -99,6 +101,15 @@ final class SqliteDialect extends Dialect {
                 }
                 pause();
             }
+        }
+    }
+
+    /** No password is asked for: the system says who somebody is, and the file's owner and root may be anybody. */
+    private void requireIdentity(String name) throws StoreException {
+        OsUser caller = OsUser.current();
+        if (!name.equals(Principals.fold(caller.name())) && !caller.rules(file)) {
+            throw new StoreException(StoreCodes.NOT_AUTHORISED, caller.name() + " does not own " + file
+                + " and so works for himself only, not for " + name);
         }
     }
 

@@ -7,16 +7,24 @@ import java.util.List;
 public final class Table {
     private final String name;
     private final int keys;
+    private final Guard guard;
     private volatile Statements statements;
 
     /** The texts, and the number of columns that are not key columns. */
-    record Statements(int others, String insert, String update, String delete, String select, String version) {
+    record Statements(int others, String insert, String update, String delete, String select, String readable,
+        String match) {
     }
 
-    /** A table whose first `keys` columns are its primary key. */
+    /** A table whose first `keys` columns are its primary key, which everybody reads and administrators change. */
     public Table(String name, int keys) {
+        this(name, keys, Guard.ADMINISTERED);
+    }
+
+    /** A table whose first `keys` columns are its primary key, and what its rows ask of users. */
+    public Table(String name, int keys, Guard guard) {
         this.name = name;
         this.keys = keys;
+        this.guard = guard;
     }
 
     public String name() {
@@ -25,6 +33,10 @@ public final class Table {
 
     int keys() {
         return keys;
+    }
+
+    Guard guard() {
+        return guard;
     }
 
     /** The statements, made from any record of the table. */
@@ -60,6 +72,8 @@ public final class Table {
             "UPDATE " + name + " SET " + changes + "version = version + 1" + match + " AND version = ?",
             "DELETE FROM " + name + match + " AND version = ?",
             "SELECT " + all + ", version FROM " + name + " ",
-            "SELECT version FROM " + name + match);
+            Guard.FOR_USER + "SELECT " + all + ", version FROM (SELECT * FROM " + name + " WHERE " + guard.read().sql()
+                + ") AS " + name + " ",
+            match.toString());
     }
 }

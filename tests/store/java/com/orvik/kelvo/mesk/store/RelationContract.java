@@ -279,7 +279,7 @@ abstract class RelationContract extends StoreFixture {
         MDTask task = session.newTask("user");
         MDSharedNamedSchedule schedule = session.newSchedule("nights");
         MDTaskExec run = queuedBy(schedule, task).get(0);
-        run.setReadPermission(session.context, new MDUser("ANNE"), true, session.outcome);
+        run.setReadPermission(session.context, session.newUser("ANNE"), true, session.outcome);
         session.done();
         MDScheduleEvent alsoOwn = session.newRule(task);
         schedule.addScheduleEvent(session.context, alsoOwn, session.outcome);
@@ -291,7 +291,7 @@ abstract class RelationContract extends StoreFixture {
         refused(StoreCodes.IN_USE, "'nights'", "'user'");
         task.removeSharedNamedSchedule(session.context, schedule, session.outcome);
         session.done();
-        assertEquals(0, session.number("SELECT count(*) FROM permission"));
+        assertEquals(0, session.number("SELECT count(*) FROM permission WHERE object_kind = 2"));
         MDTaskExec stray = session.newRun(task, rule(run), INSTANT + 1);
         session.delete(schedule);
         assertFalse(queued().contains(stray.getTaskExecID()));
@@ -782,16 +782,16 @@ abstract class RelationContract extends StoreFixture {
         MDTaskStatistic statistic = new MDTaskStatistic();
         statistic.setTaskID(task.getTaskID());
         session.insert(statistic);
-        statistic.setReadPermission(session.context, new MDUser("ANNE"), true, session.outcome);
+        statistic.setReadPermission(session.context, session.newUser("ANNE"), true, session.outcome);
         session.done();
         MDTaskHistory history = session.newHistory(task, INSTANT, 2);
         session.delete(task);
         for (String table : List.of("schedule_event", "task_schedule_event", "task_shared_schedule", "task_group_member",
                 "follow_on_action", "follow_on_task", "success_code_set", "code_condition", "task_success_code_set",
-                "notification_action", "notification_contact", "notification_contact_group", "task_statistic",
-                "permission")) {
+                "notification_action", "notification_contact", "notification_contact_group", "task_statistic")) {
             assertEquals(0, session.number("SELECT count(*) FROM " + table), table);
         }
+        assertEquals(0, session.number("SELECT count(*) FROM permission WHERE object_id <> ?", kept.getTaskID()));
         assertEquals(1, session.number("SELECT count(*) FROM shared_named_schedule"));
         assertTrue(session.has(kept));
         assertNotNull(session.history(history.getTaskHistoryID()).retrieveTaskSnapshot(session.context,
@@ -915,6 +915,11 @@ abstract class RelationContract extends StoreFixture {
                 session.outcome);
             refused(StoreCodes.NOT_AUTHORISED, "PLAIN");
             task.setUpdatePermission(root.context, new MDUser("PLAIN"), true, root.outcome);
+            root.done();
+            root.commit();
+            steps(task, step);
+            refused(StoreCodes.NOT_AUTHORISED, "the task 'step': the right 'execute'");
+            step.setExecutePermission(root.context, new MDUser("PLAIN"), true, root.outcome);
             root.done();
             root.commit();
             steps(task, step);

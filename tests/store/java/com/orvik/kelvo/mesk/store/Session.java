@@ -4,7 +4,9 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.common.parl.api.PARLException;
+import com.orvik.kelvo.mesk.admin.Administration;
 import com.orvik.kelvo.mesk.metadata.MDFollowOnAction;
+import com.orvik.kelvo.mesk.metadata.MDGroup;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
 import com.orvik.kelvo.mesk.metadata.MDSharedNamedSchedule;
@@ -14,6 +16,7 @@ import com.orvik.kelvo.mesk.metadata.MDTaskExecType;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistory;
 import com.orvik.kelvo.mesk.metadata.MDTaskHistoryType;
 import com.orvik.kelvo.mesk.metadata.MDTaskType;
+import com.orvik.kelvo.mesk.metadata.MDUser;
 import com.orvik.kelvo.mesk.metadata.MDUtility;
 import java.sql.Date;
 import java.sql.Time;
@@ -83,6 +86,20 @@ final class Session implements AutoCloseable {
     void delete(Record record, int code) {
         record.delete(context, outcome);
         expect(code);
+    }
+
+    /** A user whom the store knows and who has no right yet. */
+    MDUser newUser(String name) {
+        Administration.createUser(context, name, false, false, outcome);
+        done();
+        return new MDUser(name);
+    }
+
+    /** A group without members or rights. */
+    MDGroup newGroup(String name) {
+        Administration.createGroup(context, name, outcome);
+        done();
+        return new MDGroup(name);
     }
 
     MDTask newTask(String name) {

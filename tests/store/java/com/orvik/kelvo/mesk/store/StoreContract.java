@@ -687,15 +687,16 @@ abstract class StoreContract extends StoreFixture {
         MDScheduleEvent common = session.newRule(task);
         neighbour.addScheduleEvent(session.context, common, session.outcome);
         MDTaskExec queued = session.newRun(task, own, INSTANT);
-        queued.setReadPermission(session.context, new MDUser("ANNE"), true, session.outcome);
-        task.setReadPermission(session.context, new MDUser("ANNE"), true, session.outcome);
+        MDUser anne = session.newUser("ANNE");
+        queued.setReadPermission(session.context, anne, true, session.outcome);
+        task.setReadPermission(session.context, anne, true, session.outcome);
         session.done();
         MDTaskHistory history = session.newHistory(task, INSTANT, 2);
         new MDTaskType().delete(session.context, task.getTaskID(), 0, session.outcome);
         session.done();
         assertFalse(session.has(task));
         assertEquals(0, session.number("SELECT count(*) FROM task_exec"));
-        assertEquals(0, session.number("SELECT count(*) FROM permission"));
+        assertEquals(0, session.number("SELECT count(*) FROM permission WHERE object_id <> ?", neighbour.getTaskID()));
         assertEquals(1, session.number("SELECT count(*) FROM schedule_event"));
         assertEquals(1, neighbour.retrieveScheduleEventList(session.context, session.outcome).size());
         assertEquals(history.getTaskHistoryID(), session.history(history.getTaskHistoryID()).getTaskHistoryID());
@@ -961,6 +962,8 @@ abstract class StoreContract extends StoreFixture {
     void pruningTakesWhatIsFinishedAndOlderAndNothingElse() {
         MDTask task = session.newTask("pruned");
         MDTask other = session.newTask("other");
+        MDUser anne = session.newUser("ANNE");
+        long rights = session.number("SELECT count(*) FROM permission");
         MDScheduleEvent rule = session.newRule(task);
         List<MDTaskHistory> kept = new ArrayList<>();
         for (int status = 0; status <= 7; status++) {
@@ -969,7 +972,7 @@ abstract class StoreContract extends StoreFixture {
             session.update(task);
             MDTaskHistory old = session.newHistory(task, INSTANT - 1, status);
             old.addTaskResult(session.context, new MDTaskResult(), session.outcome);
-            old.setReadPermission(session.context, new MDUser("ANNE"), true, session.outcome);
+            old.setReadPermission(session.context, anne, true, session.outcome);
             session.done();
             MDTaskExec run = session.newRun(task, rule, INSTANT - 1 - status);
             run.setStatus(2);
@@ -989,7 +992,7 @@ abstract class StoreContract extends StoreFixture {
         assertEquals(expected, new HashSet<>(keysOf(session.histories())));
         assertEquals(2, session.number("SELECT count(*) FROM task_result"));
         assertEquals(2, session.number("SELECT count(*) FROM run_claim"));
-        assertEquals(2, session.number("SELECT count(*) FROM permission"));
+        assertEquals(rights + 2, session.number("SELECT count(*) FROM permission"));
         for (MDTaskHistory each : kept) {
             assertNotNull(each.retrieveTaskSnapshot(session.context, session.outcome));
         }
@@ -1077,13 +1080,14 @@ abstract class StoreContract extends StoreFixture {
     @Test
     void eachRightIsItsOwnOnEachKindOfRecord() {
         MDTask task = session.newTask("guarded");
-        MDTaskHistory history = session.newHistory(task, INSTANT, 2);
+        MDTaskHistory history = session.newHistory(session.newTask("another"), INSTANT, 2);
         MDTaskResult result = new MDTaskResult();
         session.insert(result);
         MDTaskExec run = new MDTaskExec();
         session.insert(run);
-        MDUser anne = new MDUser("ANNE");
-        MDGroup night = new MDGroup("NIGHT");
+        MDUser anne = session.newUser("ANNE");
+        MDGroup night = session.newGroup("NIGHT");
+        long before = session.number("SELECT count(*) FROM permission");
         for (GuardedRecord record : List.of(task, run, history, result)) {
             record.setReadPermission(session.context, anne, true, session.outcome);
             session.done();
@@ -1103,11 +1107,11 @@ abstract class StoreContract extends StoreFixture {
             assertTrue(record.getExecutePermission(session.context, night, session.outcome));
             session.done();
         }
-        assertEquals(20, session.number("SELECT count(*) FROM permission"));
+        assertEquals(before + 20, session.number("SELECT count(*) FROM permission"));
         session.delete(history);
         session.delete(result);
         session.delete(run);
-        assertEquals(5, session.number("SELECT count(*) FROM permission"));
+        assertEquals(before + 5, session.number("SELECT count(*) FROM permission"));
         new MDTask().setReadPermission(session.context, anne, true, session.outcome);
         session.expect(StoreCodes.NOT_FOUND);
     }
@@ -1115,12 +1119,17 @@ abstract class StoreContract extends StoreFixture {
     @Test
     void holdersOfARightAreListedByName() {
         MDTask task = session.newTask("guarded");
+        assertEquals("[ROOT]", task.getUsersWithPermission(session.context, 2, session.outcome).toString());
+        task.setExecutePermission(session.context, new MDUser("ROOT"), false, session.outcome);
+        session.done();
         assertTrue(task.getUsersWithPermission(session.context, 2, session.outcome).isEmpty());
         session.expect(StoreCodes.NOTHING_LISTED);
-        task.setExecutePermission(session.context, new MDUser("BERT"), true, session.outcome);
-        task.setExecutePermission(session.context, new MDUser("ANNE"), true, session.outcome);
-        task.setReadPermission(session.context, new MDUser("CARL"), true, session.outcome);
-        task.setExecutePermission(session.context, new MDGroup("NIGHT"), true, session.outcome);
+        task.setExecutePermission(session.context, session.newUser("BERT"), true, session.outcome);
+        task.setExecutePermission(session.context, session.newUser("ANNE"), true, session.outcome);
+        task.setReadPermission(session.context, session.newUser("CARL"), true, session.outcome);
+        task.setExecutePermission(session.context, session.newGroup("NIGHT"), true, session.outcome);
+        task.setExecutePermission(session.context, new MDUser("NOBODY"), true, session.outcome);
+        session.expect(StoreCodes.NOT_FOUND);
         assertEquals("[ANNE, BERT]", task.getUsersWithPermission(session.context, 2, session.outcome).toString());
         session.done();
         assertEquals("[NIGHT]", task.getGroupsWithPermission(session.context, 2, session.outcome).toString());
@@ -1183,7 +1192,7 @@ abstract class StoreContract extends StoreFixture {
         task.setReadPermission(session.context, new MDGroup("G"), true, session.outcome);
         Administration.deleteGroup(session.context, "g", session.outcome);
         session.done();
-        assertEquals(0, session.number("SELECT count(*) FROM permission"));
+        assertEquals(0, session.number("SELECT count(*) FROM permission WHERE principal_kind = 1"));
         Administration.listMembers(session.context, "g", session.outcome);
         session.expect(StoreCodes.NOTHING_LISTED);
         Administration.listGroups(session.context, session.outcome);
