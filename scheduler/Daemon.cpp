@@ -25,6 +25,10 @@
 #include <mesk/session/MDUtility.h>
 #include <mesk/tasks/MDTask.h>
 #include <platform/Clock.h>
+#include <platform/Contacts.h>
+#include <scheduler/Administration.h>
+#include <scheduler/Outbox.h>
+#include <scheduler/StoreWork.h>
 
 namespace mesk::host {
 namespace {
@@ -73,15 +77,6 @@ void drain(int fd) {
   }
 }
 
-/// Brackets work on the store with the scheduler's latch, as every thread of a host does.
-class StoreWork {
- public:
-  StoreWork() { MDUtility::getLatch(); }
-  ~StoreWork() { MDUtility::freeLatch(); }
-  StoreWork(const StoreWork&) = delete;
-  StoreWork& operator=(const StoreWork&) = delete;
-};
-
 void report(const std::string& line) { spdlog::info("{}", line); }
 
 }  // namespace
@@ -99,7 +94,7 @@ void Daemon::blockSignals() {
   ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
-Daemon::Daemon(const StoreAddress& address, DaemonOptions options)
+Daemon::Daemon(const StoreAddress& address, DaemonOptions options, std::unique_ptr<MailTransport> mail)
     : options_(std::move(options)),
       lock_(takeLock(address)),
       signals_(watchSignals()),
@@ -109,14 +104,21 @@ Daemon::Daemon(const StoreAddress& address, DaemonOptions options)
       session_(address),
       client_(options_.runner, address.runsDirectory()),
       launcher_(client_),
+      mail_(std::move(mail)),
       clockOffset_(clockMillis() - steadyMillis()) {
   MDUtility::initLatch();
+  // Asked by the scheduler's own work, on its thread and within its unit of work.
+  setContactSource([this](const std::string& group) { return Administration(session_).contactsOf(group); });
   scheduler_ = std::make_unique<Scheduler>(
-      session_, launcher_, Scheduler::Options{.limit = options_.limit, .agent = options_.agent}, report);
+      session_, launcher_,
+      Scheduler::Options{.limit = options_.limit, .agent = options_.agent, .mail = [this] { tellOfMessages(); }},
+      report);
 }
 
 Daemon::~Daemon() {
+  mailer_.reset();
   scheduler_.reset();
+  setContactSource(nullptr);
   delete MDTaskExecList::getInstance();
   MDTask::freeLock();
   MDTaskExec::freeLock();
@@ -170,6 +172,10 @@ void Daemon::load() {
   removeLeftovers();
   loaded_ = true;
   failedAt_ = 0;
+  if (mail_ != nullptr && mailer_ == nullptr) {
+    mailer_ = std::make_unique<Mailer>(session_.address(), *mail_, options_.mailGiveUpSeconds);
+  }
+  if (mail_ == nullptr && Outbox(session_).nextTry()) tellOfMessages();
   spdlog::info("{} execution(s) in the queue of {}", MDTaskExecList::getInstance()->size(0), session_.address().path());
   if (options_.readyFd >= 0) {
     [[maybe_unused]] const ssize_t written = ::write(options_.readyFd, "ready\n", 6);
@@ -194,12 +200,22 @@ void Daemon::guarded(Work work) {
   }
 }
 
+/// There are messages in the outbox.
+void Daemon::tellOfMessages() {
+  if (mailer_ != nullptr) return mailer_->wake();
+  if (mail_ != nullptr || toldOfMessages_) return;
+  toldOfMessages_ = true;
+  spdlog::warn("messages wait in the store: without --smtp nobody sends them");
+}
+
 bool Daemon::mayEnd() {
+  // A message that is due is tried before the end; one that waits for another try is the next meskd's.
+  const bool told = mailer_ == nullptr || mailer_->atRest();
   if (stopping_) {
     const std::size_t running = loaded_ ? scheduler_->running() : launcher_.descriptors().size();
-    return running == 0 || steadyMillis() >= stopBy_;
+    return (running == 0 && (told || !loaded_)) || steadyMillis() >= stopBy_;
   }
-  return options_.exitWhenIdle && loaded_ && scheduler_->idle();
+  return options_.exitWhenIdle && loaded_ && scheduler_->idle() && told;
 }
 
 void Daemon::wait(std::optional<std::int64_t> until) {
@@ -211,8 +227,11 @@ void Daemon::wait(std::optional<std::int64_t> until) {
   if (blind) until = std::min(until.value_or(clockMillis() + kAgainMillis), clockMillis() + kAgainMillis);
 
   if (!(until ? timer_.setAt(*until) : timer_.clear())) return onClock();
-  std::vector<pollfd> watched{
-      {timer_.fd(), POLLIN, 0}, {signals_.get(), POLLIN, 0}, {notice_.fd(), POLLIN, 0}, {zoneWatch_.get(), POLLIN, 0}};
+  std::vector<pollfd> watched{{timer_.fd(), POLLIN, 0},
+                              {signals_.get(), POLLIN, 0},
+                              {notice_.fd(), POLLIN, 0},
+                              {zoneWatch_.get(), POLLIN, 0},
+                              {mailer_ == nullptr ? -1 : mailer_->restFd(), POLLIN, 0}};  // `mayEnd` asks what it says
   const std::size_t fixed = watched.size();
   for (const auto& [fd, id] : runners) watched.push_back({fd, POLLIN, 0});
   if (::poll(watched.data(), watched.size(), -1) < 0) return;

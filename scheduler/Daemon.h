@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include <scheduler/Mailer.h>
+#include <scheduler/Message.h>
 #include <scheduler/Notice.h>
 #include <scheduler/ProcessLauncher.h>
 #include <scheduler/Scheduler.h>
@@ -21,6 +23,7 @@ struct DaemonOptions {
   std::size_t limit = 4;                                       ///< runs at once
   std::int64_t stopTimeoutSeconds = 60;                        ///< how long a stop waits for runs
   std::int64_t keepHistorySeconds = std::int64_t{90} * 86400;  ///< 0 keeps it for ever
+  std::int64_t mailGiveUpSeconds = std::int64_t{3} * 86400;    ///< how long a message is tried
   bool exitWhenIdle = false;                                   ///< ends when nothing runs and nothing is due
   int readyFd = -1;                                            ///< gets a line when the queue is loaded
 };
@@ -33,7 +36,8 @@ class Daemon {
 
   /// Takes the store's lock, so that there is one meskd a store; throws HostError. Signals that stop a daemon
   /// must be blocked before the first thread is made: call `blockSignals` first thing.
-  Daemon(const StoreAddress& address, DaemonOptions options);
+  /// Messages about runs go by `mail`; without it they wait in the store.
+  Daemon(const StoreAddress& address, DaemonOptions options, std::unique_ptr<MailTransport> mail);
   ~Daemon();
   Daemon(const Daemon&) = delete;
   Daemon& operator=(const Daemon&) = delete;
@@ -55,6 +59,7 @@ class Daemon {
   void onClock();
   void onEnded(const AttemptID& id);
   void removeLeftovers();
+  void tellOfMessages();
   void pruneHistory();
   bool mayEnd();
 
@@ -68,12 +73,15 @@ class Daemon {
   Session session_;
   RunnerClient client_;
   ProcessLauncher launcher_;
+  std::unique_ptr<MailTransport> mail_;
+  std::unique_ptr<Mailer> mailer_;  ///< from the first load on, if mails can be sent
   std::unique_ptr<Scheduler> scheduler_;
 
   bool loaded_ = false;
   bool stopping_ = false;
   bool ended_ = false;
   bool restart_ = false;
+  bool toldOfMessages_ = false;  ///< that they wait because nobody sends them
   // By a clock that nobody sets, in milliseconds.
   std::int64_t loadAt_ = 0;    ///< while not loaded: when to try
   std::int64_t failedAt_ = 0;  ///< while not loaded: since when the store cannot be used

@@ -7,13 +7,18 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <utility>
 
 #include <platform/CodePage.h>
 #include <platform/Log.h>
 #include <scheduler/Daemon.h>
 #include <scheduler/Programs.h>
+#include <scheduler/SmtpTransport.h>
 #include <scheduler/Units.h>
 
 namespace {
@@ -53,12 +58,34 @@ CLI::Validator duration() {
       "DURATION");
 }
 
+/// What sends mails as the options say; null when they do not ask for it.
+std::unique_ptr<MailTransport> transportFor(SmtpOptions smtp, const StoreAddress& address) {
+  if (smtp.url.empty()) {
+    if (smtp.user.empty() && smtp.passwordFile.empty() && smtp.from.empty()) return nullptr;
+    throw HostError(kExitUsage, "--smtp is missing: options about mails need it");
+  }
+  std::array<char, 256> host{};
+  ::gethostname(host.data(), host.size() - 1);
+  if (smtp.from.empty()) smtp.from = fmt::format("mesk@{}", host.data());
+  // The same for the same store, whatever starts meskd: FNV-1a.
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const char c : host.data() + address.path()) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  smtp.idSpace = fmt::format("{:016x}", hash);
+  try {
+    return std::make_unique<SmtpTransport>(std::move(smtp));
+  } catch (const FormatError& wrong) {
+    throw HostError(kExitUsage, wrong.what());
+  }
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Runs the tasks of a Mesk store when they are due.", "meskd");
   std::string store;
   std::string log;
   std::string stopTimeout = "60s";
   std::string keepHistory = "90d";
+  std::string mailGiveUp = "3d";
+  SmtpOptions smtp;
   DaemonOptions options;
   options.runner = programBeside("mesk-runner");
   options.agent = programBeside("mesk-agent");
@@ -74,6 +101,18 @@ int run(int argc, char** argv) {
       ->capture_default_str();
   app.add_option("--log", log, "Log file, rotated, and FILE.library for the library's records; default: standard error")
       ->type_name("FILE");
+  app.add_option("--smtp", smtp.url,
+                 "Server that takes the messages about runs: smtp://HOST[:PORT] or smtps://..; "
+                 "default: they wait in the store")
+      ->type_name("URL");
+  app.add_option("--smtp-user", smtp.user, "User for that server")->type_name("NAME");
+  app.add_option("--smtp-password-file", smtp.passwordFile, "File whose first line is that user's password")
+      ->type_name("FILE");
+  app.add_option("--mail-from", smtp.from, "Address that messages come from; default: mesk at this machine")
+      ->type_name("ADDRESS");
+  app.add_option("--mail-give-up", mailGiveUp, "How long a message that does not get through is tried")
+      ->check(duration())
+      ->capture_default_str();
   app.add_flag("--exit-when-idle", options.exitWhenIdle, "End when nothing runs and nothing is due");
   app.add_option("--ready-fd", options.readyFd, "Descriptor that gets a line when the queue is loaded")
       ->type_name("FD");
@@ -92,6 +131,9 @@ int run(int argc, char** argv) {
   openLog(log);
   options.stopTimeoutSeconds = durationFromText(stopTimeout);
   options.keepHistorySeconds = durationFromText(keepHistory);
+  options.mailGiveUpSeconds = durationFromText(mailGiveUp);
+  const StoreAddress address = StoreAddress::choose(store);
+  auto mail = transportFor(smtp, address);
 
   // The C library looks at the zone file at every conversion while TZ is unset.
   const bool zoneFromSystem = std::getenv("TZ") == nullptr && !systemZone().empty();
@@ -99,7 +141,7 @@ int run(int argc, char** argv) {
 
   Daemon::End end{};
   {
-    Daemon daemon(StoreAddress::choose(store), options);
+    Daemon daemon(address, options, std::move(mail));
     end = daemon.run();
   }
   if (end == Daemon::End::kRestart) {
