@@ -743,6 +743,7 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, std::option
   bool retried = false;
   FollowOns::Fired fired;
   Notifications::Told told;
+  int queued = 0;
   const StatisticsLatched latched;
   transact([&] {
     int rc = 0;
@@ -818,7 +819,9 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, std::option
     updateTask(*task);
 
     const RunEnd end{*task, *exec, *history, id.run, outcome, ended, output};
+    queued = 0;
     fired = followOns_.fire(end, [&](Execution execution, MDTask& target) {
+      ++queued;
       successors_.push_back(execution.id);
       queue().insert(execution.record.release(), 1);
       updateTask(target);
@@ -841,7 +844,8 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, std::option
     for (const std::string& trouble : troubles) report_(trouble);
   }
   if (told.messages > 0 && options_.mail) options_.mail();
-  if (fired.switched) refresh();
+  // The queue puts an entry ahead of those that start with it; read anew, they stand as they were queued.
+  if (fired.switched || queued > 1) refresh();
 }
 
 /// The execution's rule; null when it has none, or when that was removed.

@@ -54,11 +54,6 @@ Overlay* Overlay::current_ = nullptr;
 
 class TroubleTest : public SchedulerTest {
  protected:
-  void sql(const std::string& statement) const {
-    const std::string line = "sqlite3 -cmd '.timeout 10000' '" + address().path() + "' \"" + statement + "\"";
-    ASSERT_EQ(std::system(line.c_str()), 0) << line;
-  }
-
   /// Another program gives the task new words.
   void changeTask(Session& other, long long id) {
     other.transact([&] {
@@ -69,16 +64,6 @@ class TroubleTest : public SchedulerTest {
       changed->setDescription(other.ctx(), "new words");
       other.check(changed->update(other.ctx(), other.context(), sqlCode), sqlCode, "change");
     });
-  }
-
-  std::vector<std::unique_ptr<MDTaskExec>> executions() {
-    int rc = 0;
-    int sqlCode = 0;
-    MDTaskExecType home(ctx(), session_->context(), rc, sqlCode);
-    MDTaskExec** items = nullptr;
-    int count = 0;
-    EXPECT_EQ(home.retrieveList(ctx(), session_->context(), items, count, sqlCode), 0);
-    return owned(items, count);
   }
 
   long long onlyRule() { return executions().at(0)->getScheduleEventID(ctx()); }

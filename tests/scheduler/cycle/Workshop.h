@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,11 +17,13 @@
 #include <mesk/history/MDTaskHistoryType.h>
 #include <mesk/queue/MDTaskExecType.h>
 #include <mesk/schedule/MDScheduleEvent.h>
+#include <mesk/tasks/MDFollowOnAction.h>
 #include <mesk/tasks/MDTask.h>
 #include <mesk/tasks/MDTaskType.h>
 #include <mesk/values/SQLDate.h>
 #include <mesk/values/SQLTime.h>
 #include <platform/Clock.h>
+#include <scheduler/Administration.h>
 #include <scheduler/RunOptions.h>
 #include <scheduler/Scheduler.h>
 #include <scheduler/Session.h>
@@ -61,6 +66,11 @@ struct RunRecord {
   int invocation;
   std::int64_t start;
   std::string journal;
+  long long root;
+  int rows;
+  int bytes;
+  std::string followOns;
+  std::string notifications;
 };
 
 struct RuleText {
@@ -122,6 +132,8 @@ class SchedulerTest : public testing::Test {
     RunOptions options = {};
     int retryCount = 0;
     int retryInterval = 0;
+    TaskType type = kScriptTask;
+    bool stopAtFailure = true;
   };
 
   /// Stores a task with a rule that starts at `kStart`, and its first execution.
@@ -134,7 +146,10 @@ class SchedulerTest : public testing::Test {
       id = task.getReferenceID(ctx(), session_->context(), rc, sqlCode);
       task.setTaskID(ctx(), id);
       task.setTaskName(ctx(), what.name);
-      task.setTaskType(ctx(), 1);
+      task.setTaskType(ctx(), what.type);
+      task.setStopAtStepFailure(ctx(), what.stopAtFailure ? 1 : 0);
+      task.setFollowOnTaskEnable(ctx(), 1);
+      task.setNotificationEnable(ctx(), 1);
       task.setScriptContentString(ctx(), "true");
       task.setScheduleEnable(ctx(), 1);
       task.setRetryCount(ctx(), what.retryCount);
@@ -172,11 +187,66 @@ class SchedulerTest : public testing::Test {
     exec.setSharedNamedScheduleID(ctx(), -1);
     exec.setStatus(ctx(), kExecQueued);
     exec.setStartedByRunNow(ctx(), scheduled ? 0 : 1);
+    exec.setUseTaskActions(ctx(), 1);
+    exec.setUseNotification(ctx(), 1);
     auto stamp = session_->timestamp(start);
     exec.setNextStartDateTime(ctx(), &stamp);
     if (scheduled) exec.setOriginalScheduleTime(ctx(), &stamp);
     session_->check(exec.insert(ctx(), session_->context(), sqlCode), sqlCode, "insert execution");
     return id;
+  }
+
+  /// A task without a schedule.
+  long long addTask(const TaskText& what) { return addTask(what, std::nullopt); }
+
+  /// A group of these tasks; how many run together at each stage, one unless said.
+  long long addGroup(TaskText what, const std::vector<long long>& members, const std::vector<int>& stages = {},
+                     std::optional<RuleText> rule = std::nullopt) {
+    what.type = kGroupTask;
+    what.options.stages = stages;
+    const long long id = addTask(what, rule);
+    std::vector<TaskKey> keys;
+    for (const long long member : members) keys.push_back({member, 0});
+    session_->transact([&] { Administration(*session_).setGroupMembers({id, 0}, keys); });
+    return id;
+  }
+
+  long long addFollowOn(long long parent, EndCondition condition, int kind, const std::vector<long long>& targets) {
+    long long id = 0;
+    session_->transact([&] {
+      int rc = 0;
+      int sqlCode = 0;
+      MDFollowOnAction action(ctx(), session_->context(), rc, sqlCode);
+      id = action.getReferenceID(ctx(), session_->context(), rc, sqlCode);
+      action.setFollowOnActionID(ctx(), id);
+      action.setAction(ctx(), kind);
+      action.setFollowOnCondition(ctx(), condition);
+      session_->check(action.insert(ctx(), session_->context(), sqlCode), sqlCode, "insert action");
+      const auto owner = task(parent);
+      session_->check(owner->addFollowOnAction(ctx(), session_->context(), action, sqlCode), sqlCode, "add action");
+      for (const long long target : targets) {
+        const auto other = task(target);
+        session_->check(action.addTask(ctx(), session_->context(), *other, sqlCode), sqlCode, "add target");
+      }
+    });
+    return id;
+  }
+
+  /// Somebody asks for a run, and the scheduler is told.
+  long long ask(long long taskID) {
+    long long id = 0;
+    session_->transact([&] { id = addExecution(taskID, -1, clockMillis(), false); });
+    if (scheduler_ != nullptr) scheduler_->refresh();
+    return id;
+  }
+
+  void sql(const std::string& statement) const {
+    const std::string line = "sqlite3 -cmd '.timeout 10000' '" + address().path() + "' \"" + statement + "\"";
+    ASSERT_EQ(std::system(line.c_str()), 0) << line;
+  }
+
+  std::vector<std::unique_ptr<MDTaskExec>> executions() {
+    return session_->list<MDTaskExec, MDTaskExecType>("the executions");
   }
 
   std::unique_ptr<MDTask> task(long long id) {
@@ -195,13 +265,41 @@ class SchedulerTest : public testing::Test {
     EXPECT_EQ(home.retrieveList(ctx(), session_->context(), items, count, sqlCode), 0);
     std::vector<RunRecord> result;
     for (const auto& record : owned(items, count)) {
-      result.push_back({record->getTaskHistoryID(ctx()), text(record->getTaskName(ctx())),
-                        record->getRunningStatus(ctx()), record->getReturnCode(ctx()), record->getRetryCount(ctx()),
-                        record->getInvocationMethod(ctx()), session_->millis(record->getStart(ctx())).value_or(-1),
-                        text(record->getJournalResult(ctx()))});
+      result.push_back(
+          {record->getTaskHistoryID(ctx()), text(record->getTaskName(ctx())), record->getRunningStatus(ctx()),
+           record->getReturnCode(ctx()), record->getRetryCount(ctx()), record->getInvocationMethod(ctx()),
+           session_->millis(record->getStart(ctx())).value_or(-1), text(record->getJournalResult(ctx())),
+           record->getRootTaskHistoryID(ctx()), record->getRowCount(ctx()), record->getByteCount(ctx()),
+           javaText(*record, "getFollowOnActionResultsString"), javaText(*record, "getNotificationResultsString")});
     }
     std::sort(result.begin(), result.end(), [](const auto& a, const auto& b) { return a.run < b.run; });
     return result;
+  }
+
+  /// What a getter of the Java object answers that its wrapper has no function for.
+  std::string javaText(const MDObject& record, const char* getter) {
+    const jmethodID method = ctx().env->GetMethodID(record.objectClass, getter, "()Ljava/lang/String;");
+    EXPECT_NE(method, nullptr) << getter;
+    if (method == nullptr) return {};
+    const auto answer = static_cast<jstring>(ctx().env->CallObjectMethod(record.object, method));
+    return text(MDObject::jStringToString(ctx(), answer));
+  }
+
+  /// The last record of that task.
+  RunRecord recordOf(const std::string& name) {
+    RunRecord found{};
+    for (const RunRecord& record : records()) {
+      if (record.task == name) found = record;
+    }
+    EXPECT_EQ(found.task, name) << "has no record";
+    return found;
+  }
+
+  /// The names of the tasks of all attempts, in the order in which they were started.
+  std::vector<std::string> started() const {
+    std::vector<std::string> names;
+    for (const auto& [id, request] : launcher_.started) names.push_back(request.environment.at("MESK_TASK"));
+    return names;
   }
 
   /// The statuses of `records`, for a glance.
@@ -234,6 +332,19 @@ class SchedulerTest : public testing::Test {
     status.startedMillis = startedAt_;
     status.endedMillis = clockMillis();
     scheduler().finished(launcher_.started.back().first, status);
+  }
+
+  /// Ends the last attempt of that task.
+  void endOf(const std::string& name, int returnCode = 0, RunStatus status = {}) {
+    AttemptID id;
+    for (const auto& [attempt, request] : launcher_.started) {
+      if (request.environment.at("MESK_TASK") == name) id = attempt;
+    }
+    ASSERT_NE(id.run, 0) << name << " was not started";
+    status.returnCode = returnCode;
+    status.startedMillis = startedAt_;
+    status.endedMillis = clockMillis();
+    scheduler().finished(id, status);
   }
 
   void runDue() {

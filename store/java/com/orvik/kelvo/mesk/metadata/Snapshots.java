@@ -73,12 +73,13 @@ final class Snapshots {
     /**
      * Takes away the finished histories of a task that started before an instant, with their results, rights and
      * claims, claims as old that never got a history, and the snapshots that no history has any more. A run that goes
-     * on or waits for a retry keeps all.
+     * on or waits for a retry keeps all, and a group's keeps the histories of its steps, which say how far it is.
      */
     static void prune(Database database, long taskID, int suffix, Timestamp before) throws SQLException {
         Sql sql = database.sql();
         String old = "SELECT task_history_id FROM task_history WHERE task_id = ? AND suffix = ? AND start_time < ?"
-            + " AND running_status NOT IN (1, 6)";
+            + " AND running_status NOT IN (1, 6) AND root_task_history_id NOT IN"
+            + " (SELECT task_history_id FROM task_history WHERE running_status IN (1, 6))";
         sql.update("DELETE FROM permission WHERE object_kind = " + Rights.RESULT + " AND object_id IN"
             + " (SELECT task_result_id FROM task_result WHERE task_history_id IN (" + old + "))",
             taskID, suffix, before);
