@@ -243,11 +243,14 @@ final class SqliteFileTest {
             MDTask task = session.newTask("kept");
             task.setPasswordString("open sesame");
             task.setScriptContentString("echo kept");
+            task.setFollowOnTaskEnable(1);
+            task.setNotificationEnable(1);
             session.update(task);
             task.setExecutePermission(session.context, new MDUser("ANNE"), true, session.outcome);
             MDScheduleEvent rule = session.newRule(task);
             MDTaskExec run = session.newRun(task, rule, 1_700_000_000_000L);
-            session.newRun(task, rule, 1_700_000_060_000L);
+            withActions(session, run);
+            withActions(session, session.newRun(task, rule, 1_700_000_060_000L));
             MDTaskHistory history = session.newHistory(task, 1_700_000_000_000L, 2);
             history.addTaskResult(session.context, new MDTaskResult(), session.outcome);
             session.done();
@@ -282,6 +285,27 @@ final class SqliteFileTest {
         }
         String everything = "SELECT type || ' ' || name || ' ' || coalesce(sql, '') FROM sqlite_master ORDER BY type, name";
         assertEquals(read(current, everything), read(url(), everything));
+    }
+
+    private static void withActions(Session session, MDTaskExec run) {
+        run.setUseTaskActions(1);
+        run.setUseNotification(1);
+        session.update(run);
+    }
+
+    @Test
+    void tasksOfTheFirstReleaseGetTheirActionsSwitchedOn() throws Exception {
+        try (Session session = new Session("jdbc:sqlite:" + folder.resolve("current.mesk"))) {
+            MDTask task = session.newTask("kept");
+            session.newRun(task, session.newRule(task), 1_700_000_000_000L);
+            session.commit();
+        }
+        makeFirstReleaseStore(folder.resolve("current.mesk"));
+        try (Session session = new Session(url())) {
+            assertEquals(1, session.number("SELECT count(*) FROM task"));
+            assertEquals(1, session.number("SELECT min(follow_on_task_enable + notification_enable = 2) FROM task"));
+            assertEquals(1, session.number("SELECT min(use_task_actions + use_notification = 2) FROM task_exec"));
+        }
     }
 
     /** Makes the file a store of the first schema script with the rows of another store; answers its tables. */

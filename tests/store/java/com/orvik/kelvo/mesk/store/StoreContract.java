@@ -1002,6 +1002,35 @@ abstract class StoreContract extends StoreFixture {
     }
 
     @Test
+    void theStepsOfAGroupsRunAreListedAndStayAsLongAsItGoes() {
+        MDTask group = session.newTask("group");
+        MDTask step = session.newTask("step");
+        MDTaskHistory run = session.newHistory(group, INSTANT - 3, 1);
+        assertNull(Administration.listSteps(session.context, run.getTaskHistoryID(), session.outcome).stream().findAny()
+            .orElse(null));
+        session.expect(StoreCodes.NOTHING_LISTED);
+        MDTaskHistory first = session.newHistory(step, INSTANT - 2, 2);
+        MDTaskHistory second = session.newHistory(step, INSTANT - 1, 3);
+        for (MDTaskHistory one : List.of(first, second)) {
+            one.setRootTaskHistoryID(run.getTaskHistoryID());
+            session.update(one);
+        }
+        session.newHistory(step, INSTANT - 1, 2);
+        List<Long> keys = Administration.listSteps(session.context, run.getTaskHistoryID(), session.outcome).stream()
+            .map(each -> ((MDTaskHistory) each).getTaskHistoryID()).toList();
+        session.done();
+        assertEquals(keysOf(List.of(first, second)), keys);
+        new MDTaskHistoryType().delete(session.context, -1, 0, new Timestamp(INSTANT), session.outcome);
+        session.done();
+        assertEquals(3, session.histories().size());
+        run.setRunningStatus(2);
+        session.update(run);
+        new MDTaskHistoryType().delete(session.context, -1, 0, new Timestamp(INSTANT), session.outcome);
+        session.done();
+        assertEquals(0, session.histories().size());
+    }
+
+    @Test
     void pruningTakesOldClaimsWithoutAHistoryUnlessTheirRunIsThere() {
         MDTask task = session.newTask("claims");
         MDScheduleEvent rule = session.newRule(task);
