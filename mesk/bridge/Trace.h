@@ -21,6 +21,11 @@ class Traced {
   Traced(const Traced&) = delete;
   Traced& operator=(const Traced&) = delete;
 
+  /// Another thread may be switching the trace; no order with what it does is asked for.
+  static bool on() {
+    return g_pGTCB != nullptr && std::atomic_ref<std::uint32_t>(g_pGTCB->traceOn).load(std::memory_order_relaxed) != 0;
+  }
+
   /// A point of failure, with the bytes that tell why.
   void error(std::uint32_t probe, const void* data, std::size_t length, std::int32_t type = 4) const {
     if (on()) _gtraceErrorVar(ossThreadID(), function_, probe, type, 0, 1, 0, length, data);
@@ -50,11 +55,6 @@ class Traced {
   }
 
  private:
-  /// Another thread may be switching the trace; no order with what it does is asked for.
-  static bool on() {
-    return g_pGTCB != nullptr && std::atomic_ref<std::uint32_t>(g_pGTCB->traceOn).load(std::memory_order_relaxed) != 0;
-  }
-
   std::uint32_t function_;
 };
 

@@ -1,13 +1,16 @@
 #include <mesk/schedule/ScheduleCalculator.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdlib>
 #include <ctime>
 #include <initializer_list>
 #include <limits>
 #include <type_traits>
 
 #include <mesk/bridge/Trace.h>
+#include <mesk/schedule/LocalZone.h>
 
 namespace mesk {
 
@@ -67,39 +70,37 @@ void setDateAndTime(std::tm& local, const std::tm& asked) {
   local.tm_sec = asked.tm_sec;
 }
 
-bool convert(std::tm& local, time64& time) {
-  time = _mktime64(&local);
-  return time != -1;
-}
-
 /// Converts what is `asked`, keeping the flag that `local` carries. When that moves the hour, the flag was the other
 /// season's: the conversion has put it right by then, and the second try gives the hour on the wall, if the day has it.
-bool convertKeepingHour(std::tm& local, const std::tm& asked, time64& time) {
+template <class LocalTime>
+bool convertKeepingHour(LocalTime& by, std::tm& local, const std::tm& asked, time64& time) {
   setDateAndTime(local, asked);
-  if (!convert(local, time)) return false;
+  if (!by.convert(local, time)) return false;
   if (local.tm_hour == asked.tm_hour) return true;
   setDateAndTime(local, asked);
-  return convert(local, time);
+  return by.convert(local, time);
 }
 
 // ---- moves ---------------------------------------------------------------------------------------------------------
 
-int moveDays(std::tm& cur, time64& time, std::uint32_t days) {
+template <class LocalTime>
+int moveDays(LocalTime& by, std::tm& cur, time64& time, std::uint32_t days) {
   const Traced trace(kMoveDays);
   std::tm asked = cur;
   asked.tm_mday = sum(asked.tm_mday, days);
-  if (!convertKeepingHour(cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
+  if (!convertKeepingHour(by, cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
   if (cur.tm_hour != asked.tm_hour) {
     // The day lacks the hour: the run falls on the day that lies as far behind it. Coming from standard time, the
     // second try has left the hour before the gap, which the flag 0 brings back to the hour asked for.
     cur.tm_mday = sum(cur.tm_mday, days);
     cur.tm_isdst = 0;
-    if (!convert(cur, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
+    if (!by.convert(cur, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
   }
   return trace.exit(0);
 }
 
-int moveYears(std::tm& cur, time64& time, std::uint32_t years) {
+template <class LocalTime>
+int moveYears(LocalTime& by, std::tm& cur, time64& time, std::uint32_t years) {
   const Traced trace(kMoveYears);
   // Only years can leave the numbers that count them; what began again at the first would never arrive.
   if (std::int64_t{cur.tm_year} + years > std::numeric_limits<int>::max()) {
@@ -107,21 +108,23 @@ int moveYears(std::tm& cur, time64& time, std::uint32_t years) {
   }
   std::tm asked = cur;
   asked.tm_year = sum(asked.tm_year, years);
-  if (!convertKeepingHour(cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
+  if (!convertKeepingHour(by, cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
   return trace.exit(0);
 }
 
 /// Every month has a 15th, so the month never runs over.
-bool moveMonthsToFifteenth(std::tm& cur, time64& time, std::uint32_t months) {
+template <class LocalTime>
+bool moveMonthsToFifteenth(LocalTime& by, std::tm& cur, time64& time, std::uint32_t months) {
   std::tm asked = cur;
   asked.tm_mon = sum(asked.tm_mon, months);
   asked.tm_mday = 15;
-  return convertKeepingHour(cur, asked, time);
+  return convertKeepingHour(by, cur, asked, time);
 }
 
-int moveMonthsOnDay(std::tm& cur, time64& time, std::uint32_t months, std::uint32_t detail) {
+template <class LocalTime>
+int moveMonthsOnDay(LocalTime& by, std::tm& cur, time64& time, std::uint32_t months, std::uint32_t detail) {
   const Traced trace(kMoveMonthsOnDay);
-  if (!moveMonthsToFifteenth(cur, time, months)) return notConvertible(trace, kFirstPhaseProbe, cur);
+  if (!moveMonthsToFifteenth(by, cur, time, months)) return notConvertible(trace, kFirstPhaseProbe, cur);
 
   // Every day is tried with the flag of the 15th and no hour is checked: a day in the other season is counted in the
   // time of the 15th, which moves the hour.
@@ -131,7 +134,7 @@ int moveMonthsOnDay(std::tm& cur, time64& time, std::uint32_t months, std::uint3
   for (int day = wanted; day >= 1 && !found; --day) {
     cur = fifteenth;
     cur.tm_mday = day;
-    if (!convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
+    if (!by.convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
     found = cur.tm_mon == fifteenth.tm_mon;
   }
   if (!found && wanted >= 1) {
@@ -139,7 +142,7 @@ int moveMonthsOnDay(std::tm& cur, time64& time, std::uint32_t months, std::uint3
     std::tm first = fifteenth;
     first.tm_mday = 1;
     setDateAndTime(cur, first);
-    if (!convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
+    if (!by.convert(cur, time)) return notConvertible(trace, kDaySearchProbe, cur);
     found = cur.tm_mon == fifteenth.tm_mon;
   }
   // Days before the 1st only lead further away from the month.
@@ -180,19 +183,20 @@ int nthWeekdayOffset(int firstWeekday, std::uint32_t detail) {
   return static_cast<int>(detail) + (inSet ? correction.inSet : correction.otherwise);
 }
 
-int moveMonthsOnNthWeekday(std::tm& cur, time64& time, std::uint32_t months, std::uint32_t detail) {
+template <class LocalTime>
+int moveMonthsOnNthWeekday(LocalTime& by, std::tm& cur, time64& time, std::uint32_t months, std::uint32_t detail) {
   const Traced trace(kMoveMonthsOnNthWeekday);
-  if (!moveMonthsToFifteenth(cur, time, months)) return notConvertible(trace, kFirstPhaseProbe, cur);
+  if (!moveMonthsToFifteenth(by, cur, time, months)) return notConvertible(trace, kFirstPhaseProbe, cur);
 
   std::tm asked = cur;
   asked.tm_mday = 1;
-  if (!convertKeepingHour(cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
+  if (!convertKeepingHour(by, cur, asked, time)) return notConvertible(trace, kFirstPhaseProbe, cur);
 
   const std::tm first = cur;
   asked = first;
   for (int day = 1 + nthWeekdayOffset(first.tm_wday, detail); day >= 1; day -= 7) {
     asked.tm_mday = day;
-    if (!convertKeepingHour(cur, asked, time)) return notConvertible(trace, kDaySearchProbe, cur);
+    if (!convertKeepingHour(by, cur, asked, time)) return notConvertible(trace, kDaySearchProbe, cur);
     if (cur.tm_mon == first.tm_mon) return trace.exit(0);
   }
   // Weeks before the 1st only lead further away from the month.
@@ -201,7 +205,8 @@ int moveMonthsOnNthWeekday(std::tm& cur, time64& time, std::uint32_t months, std
 
 // ---- the rule ------------------------------------------------------------------------------------------------------
 
-bool convertStart(const ScheduleCalculator& rule, std::tm& start, time64& time) {
+template <class LocalTime>
+bool convertStart(LocalTime& by, const ScheduleCalculator& rule, std::tm& start, time64& time) {
   std::tm asked{};
   asked.tm_year = rule.startYear;
   asked.tm_mon = sum(-1, rule.startMonth);
@@ -210,10 +215,11 @@ bool convertStart(const ScheduleCalculator& rule, std::tm& start, time64& time) 
   asked.tm_min = static_cast<int>(rule.startMinute);
   asked.tm_sec = static_cast<int>(rule.startSecond);
   start.tm_isdst = 0;
-  return convertKeepingHour(start, asked, time);
+  return convertKeepingHour(by, start, asked, time);
 }
 
-bool convertEnd(const ScheduleCalculator& rule, std::tm& end, time64& time) {
+template <class LocalTime>
+bool convertEnd(LocalTime& by, const ScheduleCalculator& rule, std::tm& end, time64& time) {
   std::tm asked{};
   asked.tm_year = rule.endYear;
   asked.tm_mon = sum(-1, rule.endMonth);
@@ -222,47 +228,118 @@ bool convertEnd(const ScheduleCalculator& rule, std::tm& end, time64& time) {
   asked.tm_min = 59;
   asked.tm_sec = 59;
   end.tm_isdst = 0;
-  return convertKeepingHour(end, asked, time);
+  return convertKeepingHour(by, end, asked, time);
 }
 
 /// Moves the reference to the day that the rule asks for within the reference's own week or month.
-int align(const ScheduleCalculator& rule, const std::tm& start, std::tm& cur, time64& time) {
+template <class LocalTime>
+int align(LocalTime& by, const ScheduleCalculator& rule, const std::tm& start, std::tm& cur, time64& time) {
   switch (rule.intervalType) {
     case kEveryWeeks: {
       const std::uint32_t weekday = rule.detail == 7 ? static_cast<std::uint32_t>(start.tm_wday) : rule.detail;
-      return moveDays(cur, time, weekday - static_cast<std::uint32_t>(cur.tm_wday));
+      return moveDays(by, cur, time, weekday - static_cast<std::uint32_t>(cur.tm_wday));
     }
     case kMonthsOnDay:
-      return moveMonthsOnDay(cur, time, 0, rule.detail);
+      return moveMonthsOnDay(by, cur, time, 0, rule.detail);
     case kMonthsOnNthWeekday:
-      return moveMonthsOnNthWeekday(cur, time, 0, rule.detail);
+      return moveMonthsOnNthWeekday(by, cur, time, 0, rule.detail);
     default:
       return 0;
   }
 }
 
-/// Moves `cur` by one interval. Minutes and hours are only added; they are normalised by the conversion that follows.
-int step(const ScheduleCalculator& rule, std::tm& cur, time64& time) {
+/// Moves `cur` by so many intervals. Minutes and hours are only added; they are normalised by the conversion that
+/// follows.
+template <class LocalTime>
+int step(LocalTime& by, const ScheduleCalculator& rule, std::uint32_t count, std::tm& cur, time64& time) {
+  const std::uint32_t units = rule.intervalUnit * count;
   switch (rule.intervalType) {
     case kEveryMinutes:
-      cur.tm_min = sum(cur.tm_min, rule.intervalUnit);
+      cur.tm_min = sum(cur.tm_min, units);
       return 0;
     case kEveryHours:
-      cur.tm_hour = sum(cur.tm_hour, rule.intervalUnit);
+      cur.tm_hour = sum(cur.tm_hour, units);
       return 0;
     case kEveryDays:
-      return moveDays(cur, time, rule.intervalUnit);
+      return moveDays(by, cur, time, units);
     case kEveryWeeks:
-      return moveDays(cur, time, 7 * rule.intervalUnit);
+      return moveDays(by, cur, time, 7 * units);
     case kMonthsOnDay:
-      return moveMonthsOnDay(cur, time, rule.intervalUnit, rule.detail);
+      return moveMonthsOnDay(by, cur, time, units, rule.detail);
     case kMonthsOnNthWeekday:
-      return moveMonthsOnNthWeekday(cur, time, rule.intervalUnit, rule.detail);
+      return moveMonthsOnNthWeekday(by, cur, time, units, rule.detail);
     case kEveryYears:
-      return moveYears(cur, time, rule.intervalUnit);
+      return moveYears(by, cur, time, units);
     default:
       return kNotConvertible;
   }
+}
+
+/// The most that one unit of an interval type can take, and how much further a step may look for its day.
+struct Reach {
+  time64 unit;
+  time64 search;
+};
+
+constexpr time64 kDay = 86400;
+constexpr std::array<Reach, 7> kReaches = {{{60, 0},
+                                            {3600, 0},
+                                            {kDay, 0},
+                                            {7 * kDay, 0},
+                                            {31 * kDay, 50 * kDay},
+                                            {31 * kDay, 50 * kDay},
+                                            {366 * kDay, 2 * kDay}}};
+
+/// How many steps from `time`, which is `cur`, can be made as one long step with the same outcome: those that end
+/// before `target` and, with all that they try on the way, before `settledUntil`. At least one.
+std::uint32_t equalSteps(const ScheduleCalculator& rule, const std::tm& cur, time64 time, time64 target,
+                         time64 settledUntil) {
+  constexpr time64 kMostUnits = 1 << 27;  // what a field of a broken-down time holds, as weeks of days
+  if (rule.intervalType >= kReaches.size() || rule.intervalUnit == 0 || rule.intervalUnit > kLongestInterval[0])
+    return 1;
+  const bool searches = rule.intervalType == kMonthsOnDay || rule.intervalType == kMonthsOnNthWeekday;
+  if (searches && (rule.detail == 0 || rule.detail > 42)) return 1;  // such a search may fail at any step
+  // A leap day's anniversaries are 1 March for good after the first, but not when that is passed over.
+  if (rule.intervalType == kEveryYears && cur.tm_mon == 1 && cur.tm_mday == 29) return 1;
+  const Reach& reach = kReaches[rule.intervalType];
+  const time64 limit = std::min({settledUntil, target, LocalZone::kFarthest});
+  const time64 room = limit - 1 - time - reach.search;
+  if (room <= 0) return 1;
+  const time64 unit = rule.intervalUnit;
+  return static_cast<std::uint32_t>(std::clamp<time64>(room / (reach.unit * unit), 1, kMostUnits / unit));
+}
+
+/// The computation, by either way of converting local times.
+template <class LocalTime>
+int nextTime(LocalTime& by, const Traced& trace, const ScheduleCalculator& rule, time64& time, int allowReference) {
+  std::tm cur{};
+  if (!by.breakDown(time, cur)) return trace.exit(kNotConvertible);
+  const time64 now = _time64(nullptr);
+
+  std::tm start{};
+  time64 startTime = 0;
+  if (!convertStart(by, rule, start, startTime)) return notConvertible(trace, kStartProbe, start);
+
+  if (const int result = align(by, rule, start, cur, time); result != 0) return trace.exit(result);
+
+  for (bool stepped = false;; stepped = true) {
+    if (time > now && time >= startTime && (allowReference != 0 || stepped)) break;
+    // One step of no length has led nowhere; neither will the next.
+    if (stepped && rule.intervalUnit == 0) return notConvertible(trace, kStepProbe, cur);
+    const std::uint32_t count = equalSteps(rule, cur, time, std::max(now, startTime), by.settledUntil(cur, time));
+    if (const int result = step(by, rule, count, cur, time); result != 0) return trace.exit(result);
+    if (!by.convert(cur, time)) return notConvertible(trace, kStepProbe, cur);
+  }
+  // Whatever a zone does: a run that is not later than the clock would be started, and computed, for ever.
+  if (time <= now) std::abort();
+
+  if (rule.endDay != 0) {
+    std::tm end{};
+    time64 endTime = 0;
+    if (!convertEnd(by, rule, end, endTime)) return notConvertible(trace, kEndProbe, end);
+    if (endTime < time) return trace.exit(kPastEnd);
+  }
+  return trace.exit(0);
 }
 
 }  // namespace
@@ -310,33 +387,18 @@ int ScheduleCalculator::setEndDay(const int& value) { return setChecked(endDay, 
 
 int computeNextTime(const ScheduleCalculator& rule, time64& time, int allowReference) {
   const Traced trace(kComputeNextTime);
-
-  const std::tm* const reference = _localtime64(&time);
-  if (reference == nullptr) return trace.exit(kNotConvertible);
-  std::tm cur = *reference;
-  const time64 now = _time64(nullptr);
-
-  std::tm start{};
-  time64 startTime = 0;
-  if (!convertStart(rule, start, startTime)) return notConvertible(trace, kStartProbe, start);
-
-  if (const int result = align(rule, start, cur, time); result != 0) return trace.exit(result);
-
-  for (bool stepped = false;; stepped = true) {
-    if (time > now && time >= startTime && (allowReference != 0 || stepped)) break;
-    // One step of no length has led nowhere; neither will the next.
-    if (stepped && rule.intervalUnit == 0) return notConvertible(trace, kStepProbe, cur);
-    if (const int result = step(rule, cur, time); result != 0) return trace.exit(result);
-    if (!convert(cur, time)) return notConvertible(trace, kStepProbe, cur);
+  // The table gives what the platform would, in a fraction of the time. A trace is to show each step, one by one.
+  if (const LocalZone* const zone = Traced::on() ? nullptr : LocalZone::inForce()) {
+    ZoneTime byTable(*zone, time);
+    time64 next = time;
+    const int code = nextTime(byTable, trace, rule, next, allowReference);
+    if (!byTable.outside()) {
+      time = next;
+      return code;
+    }
   }
-
-  if (rule.endDay != 0) {
-    std::tm end{};
-    time64 endTime = 0;
-    if (!convertEnd(rule, end, endTime)) return notConvertible(trace, kEndProbe, end);
-    if (endTime < time) return trace.exit(kPastEnd);
-  }
-  return trace.exit(0);
+  PlatformTime byPlatform;
+  return nextTime(byPlatform, trace, rule, time, allowReference);
 }
 
 }  // namespace mesk
