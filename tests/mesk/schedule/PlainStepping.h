@@ -12,7 +12,7 @@
 namespace mesk::plain {
 
 /// What the definition is made to get wrong, to see that a comparison with it notices.
-enum class Slip { kNone, kNoThirdTry, kDayFlagNotCarried, kFinalConversionLeftOut, kLeapDayKept, kNotLater };
+enum class Slip { kNone, kNoThirdTry, kDayFlagNotCarried, kLeapDayKept, kNotLater };
 
 class Stepping {
  public:
@@ -42,7 +42,6 @@ class Stepping {
     while (!(later(time_, now) && time_ >= startTime && (allowReference || steps > 0))) {
       if (++steps > kMostSteps) return std::nullopt;
       if (!step()) return Answer{kNotConvertible, 0};
-      if (slip_ == Slip::kFinalConversionLeftOut && rule_.intervalType >= kEveryDays) continue;
       if (!convertInto(cur_, time_)) return Answer{kNotConvertible, 0};
     }
     if (rule_.endDay != 0) {
