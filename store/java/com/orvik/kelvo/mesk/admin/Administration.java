@@ -114,6 +114,29 @@ public final class Administration {
             Principals.fold(group));
     }
 
+    /** The ID of the task of this name with suffix 0, for whoever asks; 0 and NOT_FOUND when there is none. */
+    public static long taskID(Context context, String name, PARLException exception) {
+        return Operation.read(context, exception, 0L, database -> {
+            Long id = database.sql().first("SELECT task_id FROM task WHERE task_name = ? AND suffix = 0",
+                row -> row.getLong(1), name);
+            if (id == null) {
+                throw new StoreException(StoreCodes.NOT_FOUND, "there is no task " + name);
+            }
+            return id;
+        });
+    }
+
+    /** The names of the tasks that the session's user has a right on (see Rights), in order; 30013 for none. */
+    public static ArrayList<?> listTasksWith(Context context, int right, PARLException exception) {
+        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED,
+            database -> Rights.tasksWith(database, right));
+    }
+
+    /** How many tasks (kind 1), executions (2), runs (3) there are, whether the session's user may read them or not. */
+    public static int count(Context context, int kind, PARLException exception) {
+        return Operation.read(context, exception, 0, database -> Rights.count(database, kind));
+    }
+
     /** Makes a contact or replaces its addresses; a null address is none. The name: 1 to 127 bytes, no "@". */
     public static void putContact(Context context, String name, String email, String pager, PARLException exception) {
         change(context, exception, database -> Contacts.put(database, name, email, pager));

@@ -7,7 +7,6 @@ import com.orvik.kelvo.mesk.store.Operation;
 import com.orvik.kelvo.mesk.store.Principals;
 import com.orvik.kelvo.mesk.store.Record;
 import com.orvik.kelvo.mesk.store.Rights;
-import com.orvik.kelvo.mesk.store.StoreCodes;
 import com.orvik.kelvo.mesk.store.StoreException;
 import java.sql.SQLException;
 
@@ -93,9 +92,7 @@ public abstract class GuardedRecord extends Record {
 
     private void set(Context context, int kind, String name, int right, boolean allowed, PARLException exception) {
         Operation.write(context, exception, database -> {
-            if (version() == 0) {
-                throw new StoreException(StoreCodes.NOT_FOUND, "the record is not in the store");
-            }
+            database.requireStored(this);
             database.access().requireUpdateOrAdministrator(this);
             Rights.set(database, subject(), kind, Principals.required(name), right, allowed);
         });

@@ -17,7 +17,8 @@ import java.sql.Timestamp;
 /**
  * A run of a task that is to come or in progress. Status 0 and 1: queued; 2: running; 3: a step of a grouping task.
  * The keys of other records are -1 for none. Taking a scheduled run on (an update from queued to another status)
- * claims the scheduled instant: of all who try, one succeeds, and the others are answered CLAIMED or CHANGED.
+ * claims the scheduled instant: of all who try, one succeeds, and the others are answered CLAIMED or CHANGED. A run
+ * that somebody asked for without saying as whom is inserted as one of the task's user.
  */
 public final class MDTaskExec extends GuardedRecord {
     private static final Table TABLE = new Table("task_exec", 1, Guard.EXECUTION);
@@ -117,6 +118,10 @@ public final class MDTaskExec extends GuardedRecord {
 
     @Override
     public void inserting(Database database) throws SQLException, StoreException {
+        if (startedByRunNow != 0 && userID == null) {
+            userID = database.sql().first("SELECT user_id FROM task WHERE task_id = ? AND suffix = ?",
+                row -> row.getString(1), taskID, suffix);
+        }
         Claims.inserting(database, this);
     }
 

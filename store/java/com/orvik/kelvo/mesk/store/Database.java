@@ -260,6 +260,13 @@ public final class Database {
         delete(access.trusted(inner -> inner.find(maker, condition, parameters)));
     }
 
+    /** Fails with NOT_FOUND unless there is a row with the record's key, whatever its version. */
+    public void requireStored(Stored record) throws SQLException, StoreException {
+        if (storedVersion(record) == null) {
+            throw notFound(record);
+        }
+    }
+
     /** Fails unless the row has the version that the record remembers. */
     public void requireCurrent(Stored record) throws SQLException, StoreException {
         Integer version = storedVersion(record);
@@ -301,7 +308,7 @@ public final class Database {
             }
         }
         if (found.isEmpty()) {
-            throw new StoreException(StoreCodes.NOT_FOUND, "there is no such " + maker.get().table().name());
+            throw notFound(maker.get());
         }
         return found.get(0);
     }
@@ -332,9 +339,13 @@ public final class Database {
         return true;
     }
 
+    private static StoreException notFound(Stored record) {
+        return new StoreException(StoreCodes.NOT_FOUND, "there is no such " + record.table().name());
+    }
+
     private StoreException stale(Stored record) throws SQLException {
         if (storedVersion(record) == null) {
-            return new StoreException(StoreCodes.NOT_FOUND, "there is no such " + record.table().name());
+            return notFound(record);
         }
         return new StoreException(StoreCodes.CHANGED,
             "somebody else changed this " + record.table().name() + " since it was read");

@@ -20,6 +20,7 @@ public final class Rights {
     public record Subject(int kind, long id, int suffix) {
     }
 
+    private static final String[] TABLES = {"task", "task_exec", "task_history"};
     private static final String[] NAMES = {"read", "update", "execute"};
     private static final String OF_SUBJECT = " object_kind = ? AND object_id = ? AND object_suffix = ?";
 
@@ -68,17 +69,39 @@ public final class Rights {
     /** Names of the users or groups that were given a right on the record, in order. */
     public static List<String> holders(Database database, Subject subject, int kind, int right)
         throws SQLException, StoreException {
-        if (right < READ || right > EXECUTE) {
-            throw new StoreException(StoreCodes.INVALID, "permission: 0 read, 1 update, 2 execute; not " + right);
-        }
+        requireRight(right);
         return database.sql().list("SELECT principal_name FROM permission WHERE" + OF_SUBJECT
             + " AND principal_kind = ? AND permission = ? ORDER BY principal_name", row -> row.getString(1),
             subject.kind(), subject.id(), subject.suffix(), kind, right);
     }
 
+    /** Names of the tasks that the session's user has a right on, in order. */
+    public static List<String> tasksWith(Database database, int right) throws SQLException, StoreException {
+        requireRight(right);
+        String tasks = "SELECT task_name FROM task";
+        return database.access().isUnlimited()
+            ? database.sql().list(tasks + " ORDER BY task_name", row -> row.getString(1))
+            : database.sql().list(Guard.FOR_USER + tasks + " WHERE " + Guard.TASK.holding(right)
+                + " ORDER BY task_name", row -> row.getString(1), database.access().user());
+    }
+
+    /** How many records of a kind there are, readable or not. */
+    public static int count(Database database, int kind) throws SQLException, StoreException {
+        if (kind < TASK || kind > HISTORY) {
+            throw new StoreException(StoreCodes.INVALID, "kind: 1 task, 2 execution, 3 run; not " + kind);
+        }
+        return database.sql().first("SELECT count(*) FROM " + TABLES[kind - TASK], row -> row.getInt(1));
+    }
+
     public static void forget(Database database, Subject subject) throws SQLException {
         database.sql().update("DELETE FROM permission WHERE" + OF_SUBJECT,
             subject.kind(), subject.id(), subject.suffix());
+    }
+
+    private static void requireRight(int right) throws StoreException {
+        if (right < READ || right > EXECUTE) {
+            throw new StoreException(StoreCodes.INVALID, "permission: 0 read, 1 update, 2 execute; not " + right);
+        }
     }
 
     private static boolean holds(Database database, Subject subject, int kind, String name, int right)

@@ -6,14 +6,15 @@ import com.orvik.kelvo.mesk.metadata.MDScheduleEvent;
 import com.orvik.kelvo.mesk.metadata.MDScheduleEventType;
 import com.orvik.kelvo.mesk.metadata.MDUtility;
 
-/** Begins a session and says with which code, and which rules it finds there. */
+/** Begins a session, for a user if one is named, and says with which code, and which rules it finds there. */
 final class Connector {
     private Connector() {
     }
 
     public static void main(String[] arguments) {
         PARLException outcome = new PARLException(0, null);
-        Context context = MDUtility.connectMD(arguments[0], null, null, null, outcome);
+        String user = arguments.length > 1 ? arguments[1] : null;
+        Context context = MDUtility.connectMD(arguments[0], null, user, null, outcome);
         System.out.println("code " + outcome.getRC());
         if (context != null) {
             for (Object each : new MDScheduleEventType(context, outcome).retrieveList(context, outcome)) {

@@ -196,8 +196,13 @@ final class Session implements AutoCloseable {
     }
 
     boolean has(MDTask task) {
+        return has(task, StoreCodes.NOT_FOUND);
+    }
+
+    /** Whether the task is answered; if not, the code is this one. */
+    boolean has(MDTask task, int otherwise) {
         new MDTaskType().retrieve(context, task.getTaskID(), task.getSuffix(), outcome);
-        if (outcome.getRC() != StoreCodes.NOT_FOUND) {
+        if (outcome.getRC() != otherwise) {
             done();
         }
         return outcome.getRC() == StoreCodes.OK;

@@ -246,7 +246,7 @@ final class SqliteFileTest {
             task.setFollowOnTaskEnable(1);
             task.setNotificationEnable(1);
             session.update(task);
-            task.setExecutePermission(session.context, new MDUser("ANNE"), true, session.outcome);
+            task.setExecutePermission(session.context, session.newUser("ANNE"), true, session.outcome);
             MDScheduleEvent rule = session.newRule(task);
             MDTaskExec run = session.newRun(task, rule, 1_700_000_000_000L);
             withActions(session, run);
@@ -408,12 +408,36 @@ final class SqliteFileTest {
         assertEquals(StoreCodes.OK, codeOfOrdinaryUser(locked.resolve("new.mesk")));
     }
 
+    @Test
+    void onlyTheOwnerOfAFileWorksForOthers() throws Exception {
+        Path open = Files.createDirectory(folder.resolve("open"));
+        Files.setPosixFilePermissions(folder, PosixFilePermissions.fromString("rwxr-xr-x"));
+        Files.setPosixFilePermissions(open, PosixFilePermissions.fromString("rwxrwxrwx"));
+        Path ours = open.resolve("ours.mesk");
+        assertEquals(StoreCodes.OK, connect(ours.toString()));
+        Files.setPosixFilePermissions(ours, PosixFilePermissions.fromString("rw-rw-rw-"));
+        if (isRoot()) {
+            assertEquals(StoreCodes.OK, codeOfOrdinaryUser(ours));
+            assertEquals(StoreCodes.OK, codeOfOrdinaryUser(ours, "Nobody"));
+            assertEquals(StoreCodes.NOT_AUTHORISED, codeOfOrdinaryUser(ours, "root"));
+            assertEquals(StoreCodes.NOT_AUTHORISED, codeOfOrdinaryUser(ours, "ADA"));
+        }
+        assertEquals(StoreCodes.OK, codeOfOrdinaryUser(open.resolve("theirs.mesk"), "ADA"));
+        try (Session session = new Session(open.resolve("theirs.mesk").toString(), "BERT")) {
+            assertTrue(new MDUser("ADA").isSuperuser(session.context, session.outcome));
+        }
+    }
+
+    private static boolean isRoot() {
+        return "root".equals(System.getProperty("user.name"));
+    }
+
     /** Rights do not bind the superuser of the machine: a test that he runs asks as somebody else. */
-    private int codeOfOrdinaryUser(Path store) throws Exception {
-        boolean root = "root".equals(System.getProperty("user.name"));
-        List<String> before = root
+    private int codeOfOrdinaryUser(Path store, String... name) throws Exception {
+        List<String> before = isRoot()
             ? List.of("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups") : List.of();
-        try (Child child = new Child(before, List.of(), readableClassPath(), Connector.class, store.toString())) {
+        try (Child child = new Child(before, List.of(), readableClassPath(), Connector.class,
+            Stream.concat(Stream.of(store.toString()), Stream.of(name)).toArray(String[]::new))) {
             String line = child.finish().get(0);
             assertTrue(line.startsWith("code "), line);
             return Integer.parseInt(line.substring(5));
