@@ -2,6 +2,7 @@ package com.orvik.kelvo.mesk.sched;
 
 import com.orvik.kelvo.common.parl.api.Context;
 import com.orvik.kelvo.mesk.metadata.MDTask;
+import com.orvik.kelvo.mesk.store.Template;
 
 /**
  * Runs a step of the warehouse: copies the rows of a query from one database into a table of another, all or none of
@@ -95,7 +96,7 @@ public final class DWAgentClient {
         return jobRC;
     }
 
-    /** Why the last run failed, in words without passwords; null when it did not. */
+    /** Why the last run failed, on one line without passwords; null when it did not. */
     public String getMessage() {
         return message;
     }
@@ -106,7 +107,7 @@ public final class DWAgentClient {
             case StepFailure.TARGET -> "target: ";
             default -> "";
         };
-        message = task + ", run " + id + ": " + where + failure.getMessage();
+        message = Template.oneLine(task + ", run " + id + ": " + where + failure.getMessage());
         return failure.jobRC();
     }
 

@@ -375,6 +375,7 @@ final class DWAgentClientTest {
             assertEquals("s3cret word", driver.given.getProperty("password"));
             assertEquals("ada", driver.given.getProperty("user"));
             assertTrue(client.getMessage().contains("host/db"), client.getMessage());
+            assertFalse(client.getMessage().contains("\n"), client.getMessage());
             failsWith(3, "***", run("jdbc:sqlite:" + from, "SELECT 1 AS id", url, "sold",
                 "targetUser=eve\ntargetPasswordFile=" + file));
             assertEquals("eve", driver.given.getProperty("user"));

@@ -18,7 +18,7 @@ final class PasswordDriver implements Driver {
         }
         given = properties;
         throw new SQLException("refused: " + properties.getProperty("user") + " with "
-            + properties.getProperty("password") + " at " + url + ", that is inURL, in option");
+            + properties.getProperty("password") + " at\n" + url + ", that is inURL, in option");
     }
 
     @Override
