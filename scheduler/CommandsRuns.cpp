@@ -81,9 +81,9 @@ struct ListedRun {
 class RunTree {
  public:
   RunTree(const Histories& runs, const Histories& all, std::size_t count, ThreadContext& ctx) : ctx_(ctx) {
-    for (auto run = all.rbegin(); run != all.rend(); ++run) {
-      if (const auto parent = parentOf(**run, ctx_)) steps_[*parent].push_back(run->get());
-    }
+    std::for_each(all.rbegin(), all.rend(), [this](const auto& run) {
+      if (const auto parent = parentOf(*run, ctx_)) steps_[*parent].push_back(run.get());
+    });
     std::set<long long> listed;
     for (const auto& run : runs) listed.insert(run->getTaskHistoryID(ctx_));
     for (const auto& run : runs) {
