@@ -9,6 +9,7 @@
 #include <mesk/history/MDTaskHistory.h>
 #include <scheduler/Session.h>
 #include <scheduler/StoreClass.h>
+#include <scheduler/SuccessCode.h>
 
 namespace mesk::host {
 
@@ -18,14 +19,6 @@ struct TaskKey {
   int suffix = 0;
 
   auto operator<=>(const TaskKey&) const = default;
-};
-
-/// A return code that is a success, or the border of those that are.
-struct SuccessCode {
-  char condition = '=';  ///< the run's code is this one (=), another one (!), lower (<) or higher (>)
-  int code = 0;
-
-  bool operator==(const SuccessCode&) const = default;
 };
 
 /// The store's Administration on a session. Each operation is part of the session's transaction; what fails is thrown

@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include <scheduler/Files.h>
@@ -21,18 +22,46 @@ namespace {
 
 constexpr std::size_t kLongName = 128;  // characters
 constexpr std::size_t kLongText = 4096;
+constexpr std::size_t kLongSubject = 200;
+constexpr std::size_t kLongMessage = 65536;
+constexpr std::size_t kLongContact = 127;  // bytes
+constexpr std::size_t kMostMembers = 1000;
 constexpr std::uintmax_t kLongScript = 1 << 20;  // bytes
-constexpr int kVersion = 1;
 constexpr int kMostRetries = 1000;
 
 // The keys of each mapping, in the order in which they are listed and written.
-const std::vector<std::string> kFileKeys{"mesk", "tasks"};
-const std::vector<std::string> kTaskKeys{"name",      "description", "type",      "category",     "owner",
-                                         "run-as",    "directory",   "processor", "script",       "script-file",
-                                         "arguments", "environment", "timeout",   "output-limit", "retry",
-                                         "missed",    "interrupted", "overlap",   "enabled",      "schedule"};
+const std::vector<std::string> kFileKeys{"mesk", "users", "groups", "contacts", "contact-groups", "schedules", "tasks"};
+const std::vector<std::string> kUserKeys{"name", "superuser", "admin"};
+const std::vector<std::string> kGroupKeys{"name", "members"};
+const std::vector<std::string> kContactKeys{"name", "email", "pager"};
+const std::vector<std::string> kScheduleKeys{"name", "description", "rules"};
+const std::vector<std::string> kTaskKeys{
+    "name",      "description",  "type",        "category",        "owner",      "run-as",        "directory",
+    "processor", "script",       "script-file", "steps",           "warehouse",  "arguments",     "environment",
+    "timeout",   "output-limit", "retry",       "stop-at-failure", "success",    "missed",        "interrupted",
+    "overlap",   "enabled",      "schedule",    "schedules",       "follow-ons", "notifications", "rights"};
 const std::vector<std::string> kRetryKeys{"count", "interval"};
+const std::vector<std::string> kWarehouseKeys{"source", "source-user", "source-password-file", "query", "query-file",
+                                              "target", "target-user", "target-password-file", "table", "mode",
+                                              "batch",  "retries",     "retry-interval"};
 const std::vector<std::string> kRuleKeys{"every", "once", "on", "start", "end", "after"};
+const std::vector<std::string> kFollowOnKeys{"on", "run", "enable", "disable"};
+const std::vector<std::string> kNotificationKeys{"on", "by", "to", "groups", "subject", "message", "pager-message"};
+const std::vector<std::string> kRightKeys{"user", "group", "may"};
+
+// Those that go with one type of task only, or with two of the three.
+struct TypeOfKey {
+  const char* key;
+  bool script;
+  bool group;
+  bool warehouse;
+};
+constexpr TypeOfKey kTypesOfKeys[] = {
+    {"run-as", true, false, true},           {"directory", true, false, false},   {"processor", true, false, false},
+    {"script", true, false, false},          {"script-file", true, false, false}, {"steps", false, true, false},
+    {"warehouse", false, false, true},       {"arguments", true, false, false},   {"environment", true, false, true},
+    {"timeout", true, false, true},          {"output-limit", true, false, true}, {"retry", true, false, true},
+    {"stop-at-failure", false, true, false}, {"success", true, false, true},      {"interrupted", true, false, true}};
 
 std::string joined(const std::vector<std::string>& words) {
   std::string text;
@@ -43,7 +72,7 @@ std::string joined(const std::vector<std::string>& words) {
 // Reads one file into tasks and gathers what is wrong.
 class Reader {
  public:
-  explicit Reader(const std::string& name) : name_(name) {}
+  explicit Reader(const std::string& name) : name_(name) { file_.path = name; }
 
   TaskFileResult read(const std::string& text) {
     if (const std::size_t bad = findBadUtf8(text); bad != std::string::npos) {
@@ -83,11 +112,12 @@ class Reader {
   TaskFileResult result() {
     std::stable_sort(errors_.begin(), errors_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     TaskFileResult result;
+    result.path = name_;
     for (const auto& [line, what] : errors_) {
       if (result.errors.size() == kTaskFileErrors) break;
       result.errors.push_back(name_ + ":" + std::to_string(line) + ": " + what);
     }
-    if (errors_.empty()) result.tasks = std::move(tasks_);
+    if (errors_.empty()) static_cast<TaskFile&>(result) = std::move(file_);
     return result;
   }
 
@@ -142,43 +172,176 @@ class Reader {
     if (found != entries.end()) reading(found->second, key, [&] { read(found->second); });
   }
 
+  // Calls `read` with each element of a list, after refusing what is none. `what` are the elements.
+  void each(const Entries& entries, const char* key, const std::string& what,
+            const std::function<void(const YAML::Node&)>& read) {
+    with(entries, key, [&](const YAML::Node& list) {
+      if (!list.IsSequence()) throw FormatError("expected a list of " + what);
+      for (const YAML::Node& element : list) reading(element, key, [&] { read(element); });
+    });
+  }
+
+  static bool flag(const YAML::Node& node) {
+    const std::string word = node.IsScalar() ? node.Scalar() : "";
+    if (word != "true" && word != "false") throw FormatError("expected true or false");
+    return word == "true";
+  }
+
+  template <class Choice>
+  static Choice choice(const YAML::Node& node, std::initializer_list<Choice> all) {
+    const std::string word = node.IsScalar() ? node.Scalar() : "";
+    std::string words;
+    for (const Choice one : all) {
+      if (word == textOf(one)) return one;
+      words += (words.empty() ? "" : ", ") + std::string(textOf(one));
+    }
+    throw FormatError("expected one of: " + words);
+  }
+
+  static std::string path(const YAML::Node& node) {
+    std::string value = lineOfText(node, kLongText);
+    if (!value.starts_with('/')) throw FormatError("expected a path that begins with /");
+    return value;
+  }
+
+  static std::string nameText(const YAML::Node& node, std::size_t most = kLongName) {
+    std::string value = lineOfText(node, most);
+    if (value.empty()) throw FormatError("expected 1 to " + std::to_string(most) + " characters");
+    return value;
+  }
+
+  static std::string principal(const YAML::Node& node) { return inCapitals(nameText(node)); }
+
+  static std::string contact(const YAML::Node& node) {
+    std::string value = lineOfText(node, kLongName);
+    if (value.empty() || value.size() > kLongContact) {
+      throw FormatError("expected 1 to " + std::to_string(kLongContact) + " bytes");
+    }
+    return value;
+  }
+
+  static std::string address(const YAML::Node& node) {
+    std::string value = lineOfText(node, kLongText);
+    if (value.find('@') == std::string::npos || value.find(' ') != std::string::npos) {
+      throw FormatError("expected an address such as ann@example.org");
+    }
+    return value;
+  }
+
+  // The name of a thing, one of `what`, that no other of these has.
+  void readName(const YAML::Node& node, const Entries& entries, const std::string& what, Reference& name,
+                std::string (*parse)(const YAML::Node&)) {
+    if (!entries.contains("name")) refuse(lineOf(node), "a " + what + " needs a 'name'");
+    with(entries, "name", [&](const YAML::Node& value) {
+      name = {parse(value), lineOf(value)};
+      const auto [first, isNew] = lines_[what].emplace(name.name, name.line);
+      if (!isNew) {
+        throw FormatError("a " + what + " '" + name.name + "' stands already in line " + std::to_string(first->second));
+      }
+    });
+  }
+
+  // A name, or a list of names, each of them once.
+  void readNames(const Entries& entries, const char* key, std::vector<Reference>& names,
+                 std::string (*parse)(const YAML::Node&)) {
+    const auto readOne = [&](const YAML::Node& value) {
+      Reference name(parse(value), lineOf(value));
+      if (std::find(names.begin(), names.end(), name) != names.end()) {
+        throw FormatError("'" + name.name + "' stands twice");
+      }
+      names.push_back(std::move(name));
+    };
+    with(entries, key, [&](const YAML::Node& value) {
+      if (value.IsScalar()) return readOne(value);
+      if (!value.IsSequence()) throw FormatError("expected a name or a list of names");
+      for (const YAML::Node& name : value) reading(name, key, [&] { readOne(name); });
+    });
+  }
+
   void readFileNode(const YAML::Node& node) {
     const Entries entries = entriesOf(node, "a task file", kFileKeys);
     if (!node.IsMap()) return;
     if (!entries.contains("mesk")) refuse(lineOf(node), "expected 'mesk: 1', the version of the format");
-    with(entries, "mesk", [](const YAML::Node& value) { numberFromText(scalar(value), kVersion, kVersion); });
+    with(entries, "mesk",
+         [](const YAML::Node& value) { numberFromText(scalar(value), kTaskFileVersion, kTaskFileVersion); });
+    each(entries, "users", "users", [this](const YAML::Node& user) { readUser(user); });
+    each(entries, "groups", "groups of users",
+         [this](const YAML::Node& group) { readGroup(group, "group", file_.groups, principal); });
+    each(entries, "contacts", "contacts", [this](const YAML::Node& contact) { readContact(contact); });
+    each(entries, "contact-groups", "groups of contacts",
+         [this](const YAML::Node& group) { readGroup(group, "contact group", file_.contactGroups, contact); });
+    each(entries, "schedules", "shared schedules", [this](const YAML::Node& schedule) { readSchedule(schedule); });
     if (!entries.contains("tasks")) refuse(lineOf(node), "expected 'tasks', a list of tasks");
-    with(entries, "tasks", [this](const YAML::Node& list) {
-      if (!list.IsSequence()) throw FormatError("expected a list of tasks");
-      for (const YAML::Node& task : list) readTask(task);
-    });
+    each(entries, "tasks", "tasks", [this](const YAML::Node& task) { readTask(task); });
   }
+
+  void readUser(const YAML::Node& node) {
+    const Entries entries = entriesOf(node, "a user", kUserKeys);
+    if (!node.IsMap()) return;
+    UserDefinition user;
+    readName(node, entries, "user", user.name, principal);
+    with(entries, "superuser", [&](const YAML::Node& value) { user.superuser = flag(value); });
+    with(entries, "admin", [&](const YAML::Node& value) { user.admin = flag(value); });
+    file_.users.push_back(std::move(user));
+  }
+
+  void readGroup(const YAML::Node& node, const std::string& what, std::vector<GroupDefinition>& groups,
+                 std::string (*parse)(const YAML::Node&)) {
+    const Entries entries = entriesOf(node, "a " + what, kGroupKeys);
+    if (!node.IsMap()) return;
+    GroupDefinition group;
+    readName(node, entries, what, group.name, parse);
+    readNames(entries, "members", group.members, parse);
+    groups.push_back(std::move(group));
+  }
+
+  void readContact(const YAML::Node& node) {
+    const Entries entries = entriesOf(node, "a contact", kContactKeys);
+    if (!node.IsMap()) return;
+    ContactDefinition definition;
+    readName(node, entries, "contact", definition.name, contact);
+    with(entries, "email", [&](const YAML::Node& value) { definition.email = address(value); });
+    with(entries, "pager", [&](const YAML::Node& value) { definition.pager = address(value); });
+    file_.contacts.push_back(std::move(definition));
+  }
+
+  void readSchedule(const YAML::Node& node) {
+    const Entries entries = entriesOf(node, "a shared schedule", kScheduleKeys);
+    if (!node.IsMap()) return;
+    ScheduleDefinition schedule;
+    readName(node, entries, "shared schedule", schedule.name, taskName);
+    with(entries, "description", [&](const YAML::Node& value) { schedule.description = text(value, kLongText); });
+    if (!entries.contains("rules")) refuse(lineOf(node), "a shared schedule needs 'rules'");
+    readRules(entries, "rules", schedule.rules);
+    file_.schedules.push_back(std::move(schedule));
+  }
+
+  static std::string taskName(const YAML::Node& node) { return nameText(node); }
 
   void readTask(const YAML::Node& node) {
     const Entries entries = entriesOf(node, "a task", kTaskKeys);
     if (!node.IsMap()) return;
     TaskDefinition task;
     task.line = lineOf(node);
-    readName(node, entries, task);
+    Reference name;
+    readName(node, entries, "task", name, taskName);
+    task.name = name.name;
     with(entries, "description", [&](const YAML::Node& value) { task.description = text(value, kLongText); });
     with(entries, "type", [&](const YAML::Node& value) {
-      task.type = scalar(value);
-      if (task.type != "script") throw FormatError("unknown task type '" + task.type + "'; expected: script");
+      task.type = choice(value, {TaskType::kScript, TaskType::kGroup, TaskType::kWarehouse});
     });
+    checkKeys(entries, task.type);
     const std::initializer_list<std::pair<const char*, std::string*>> names{
         {"category", &task.category}, {"owner", &task.owner}, {"run-as", &task.runAs}};
     for (const auto& [key, target] : names) {
       with(entries, key, [&, to = target](const YAML::Node& value) { *to = lineOfText(value, kLongName); });
     }
-    with(entries, "directory", [&](const YAML::Node& value) {
-      task.directory = lineOfText(value, kLongText);
-      if (!task.directory.starts_with('/')) throw FormatError("expected a path that begins with /");
-    });
+    with(entries, "directory", [&](const YAML::Node& value) { task.directory = path(value); });
     with(entries, "processor", [&](const YAML::Node& value) {
       task.processor = lineOfText(value, kLongText);
       if (task.processor.empty()) throw FormatError("expected a program");
     });
-    readScript(node, entries, task);
+    readWork(node, entries, task);
     with(entries, "arguments", [&](const YAML::Node& value) {
       task.arguments = text(value, kLongText);
       try {
@@ -189,56 +352,235 @@ class Reader {
     });
     readOptions(entries, task.options);
     with(entries, "retry", [&](const YAML::Node& value) { readRetry(value, task); });
-    with(entries, "enabled", [&](const YAML::Node& value) {
-      const std::string word = value.IsScalar() ? value.Scalar() : "";
-      if (word != "true" && word != "false") throw FormatError("expected true or false");
-      task.enabled = word == "true";
-    });
-    with(entries, "schedule", [&](const YAML::Node& value) {
-      if (!value.IsSequence()) throw FormatError("expected a list of rules, [] for none");
-      for (const YAML::Node& rule : value) readRule(rule, task.schedule);
-    });
-    tasks_.push_back(std::move(task));
+    with(entries, "stop-at-failure", [&](const YAML::Node& value) { task.stopAtFailure = flag(value); });
+    readSuccess(entries, task.success);
+    with(entries, "enabled", [&](const YAML::Node& value) { task.enabled = flag(value); });
+    readRules(entries, "schedule", task.schedule);
+    readNames(entries, "schedules", task.schedules, taskName);
+    each(entries, "follow-ons", "follow-ons",
+         [&](const YAML::Node& followOn) { readFollowOn(followOn, task.followOns); });
+    each(entries, "notifications", "notifications",
+         [&](const YAML::Node& notification) { readNotification(notification, task.notifications); });
+    each(entries, "rights", "rights", [&](const YAML::Node& right) { readRight(right, task.rights); });
+    file_.tasks.push_back(std::move(task));
   }
 
-  void readName(const YAML::Node& node, const Entries& entries, TaskDefinition& task) {
-    if (!entries.contains("name")) refuse(lineOf(node), "a task needs a 'name'");
-    with(entries, "name", [&](const YAML::Node& value) {
-      task.name = lineOfText(value, kLongName);
-      if (task.name.empty()) throw FormatError("expected 1 to 128 characters");
-      const auto [first, isNew] = lineOfName_.emplace(task.name, lineOf(value));
-      if (!isNew) {
-        throw FormatError("a task '" + task.name + "' stands already in line " + std::to_string(first->second));
+  void checkKeys(const Entries& entries, TaskType type) {
+    for (const TypeOfKey& known : kTypesOfKeys) {
+      const auto found = entries.find(known.key);
+      if (found == entries.end()) continue;
+      const bool fits = (type == TaskType::kScript && known.script) || (type == TaskType::kGroup && known.group) ||
+                        (type == TaskType::kWarehouse && known.warehouse);
+      if (!fits) {
+        refuse(lineOf(found->second), "'" + found->first + "' does not go with 'type: " + textOf(type) + "'");
       }
+    }
+  }
+
+  // What the task runs.
+  void readWork(const YAML::Node& node, const Entries& entries, TaskDefinition& task) {
+    switch (task.type) {
+      case TaskType::kScript:
+        readText(node, entries, "a task", "script", "script-file", task.script);
+        break;
+      case TaskType::kGroup:
+        if (!entries.contains("steps")) refuse(lineOf(node), "a group needs 'steps'");
+        readSteps(entries, task.steps);
+        break;
+      case TaskType::kWarehouse:
+        if (!entries.contains("warehouse")) refuse(lineOf(node), "a warehouse task needs a 'warehouse'");
+        with(entries, "warehouse", [&](const YAML::Node& value) { readWarehouse(value, task); });
+        break;
+    }
+  }
+
+  // Stage by stage: a task, or a list of tasks that run together.
+  void readSteps(const Entries& entries, std::vector<std::vector<Reference>>& steps) {
+    std::set<std::string> known;
+    const auto readStep = [&](const YAML::Node& value, std::vector<Reference>& stage) {
+      Reference step(nameText(value), lineOf(value));
+      if (!known.insert(step.name).second) throw FormatError("'" + step.name + "' stands twice");
+      if (known.size() > kMostMembers) {
+        throw FormatError("expected at most " + std::to_string(kMostMembers) + " steps");
+      }
+      stage.push_back(std::move(step));
+    };
+    each(entries, "steps", "tasks, or of lists of tasks that run together", [&](const YAML::Node& value) {
+      std::vector<Reference> stage;
+      if (!value.IsSequence()) {
+        readStep(value, stage);
+      } else {
+        for (const YAML::Node& step : value) reading(step, "steps", [&] { readStep(step, stage); });
+        if (value.size() == 0) throw FormatError("expected tasks that run together");
+      }
+      steps.push_back(std::move(stage));
+    });
+    with(entries, "steps", [](const YAML::Node& value) {
+      if (value.IsSequence() && value.size() == 0) throw FormatError("expected at least one step");
     });
   }
 
-  void readScript(const YAML::Node& node, const Entries& entries, TaskDefinition& task) {
-    const bool inFile = entries.contains("script-file");
-    if (entries.contains("script") == inFile) {
-      refuse(lineOf(node),
-             inFile ? "a task has either 'script' or 'script-file'" : "a task needs a 'script' or a 'script-file'");
+  void readWarehouse(const YAML::Node& node, TaskDefinition& task) {
+    const Entries entries = entriesOf(node, "a warehouse", kWarehouseKeys);
+    if (!node.IsMap()) return;
+    Warehouse& warehouse = task.options.warehouse.emplace();
+    for (const char* needed : {"source", "target", "table"}) {
+      if (!entries.contains(needed)) refuse(lineOf(node), "a warehouse needs a '" + std::string(needed) + "'");
+    }
+    with(entries, "source", [&](const YAML::Node& value) { warehouse.source = databaseUrl(value); });
+    with(entries, "target", [&](const YAML::Node& value) { warehouse.target = databaseUrl(value); });
+    with(entries, "source-user", [&](const YAML::Node& value) { warehouse.sourceUser = nameText(value); });
+    with(entries, "target-user", [&](const YAML::Node& value) { warehouse.targetUser = nameText(value); });
+    with(entries, "source-password-file", [&](const YAML::Node& value) { warehouse.sourcePasswordFile = path(value); });
+    with(entries, "target-password-file", [&](const YAML::Node& value) { warehouse.targetPasswordFile = path(value); });
+    with(entries, "table", [&](const YAML::Node& value) { warehouse.table = nameText(value); });
+    readText(node, entries, "a warehouse", "query", "query-file", task.script);
+    with(entries, "mode", [&](const YAML::Node& value) {
+      warehouse.mode = choice(value, {Warehouse::Mode::kAppend, Warehouse::Mode::kReplace});
+    });
+    with(entries, "batch",
+         [&](const YAML::Node& value) { warehouse.batch = numberFromText(scalar(value), 1, Warehouse::kMostBatch); });
+    with(entries, "retries", [&](const YAML::Node& value) {
+      warehouse.retries = numberFromText(scalar(value), 0, Warehouse::kMostRetries);
+    });
+    with(entries, "retry-interval",
+         [&](const YAML::Node& value) { warehouse.retryIntervalSeconds = durationFromText(scalar(value)); });
+  }
+
+  // No error here quotes the value: it may hold what it should not.
+  static std::string databaseUrl(const YAML::Node& node) {
+    std::string value = lineOfText(node, kLongText);
+    if (!value.starts_with("jdbc:")) throw FormatError("expected a JDBC URL, which begins with jdbc:");
+    if (inCapitals(value).find("PASSWORD=") != std::string::npos) {
+      throw FormatError("a password does not belong in a URL, but in a file that only its reader can open");
+    }
+    return value;
+  }
+
+  void readSuccess(const Entries& entries, std::vector<SuccessCode>& codes) {
+    each(entries, "success", "return codes", [&](const YAML::Node& value) {
+      const SuccessCode code = successCodeFromText(value.IsScalar() ? value.Scalar() : "");
+      if (std::find(codes.begin(), codes.end(), code) != codes.end()) {
+        throw FormatError("'" + textOf(code) + "' stands twice");
+      }
+      codes.push_back(code);
+    });
+  }
+
+  void readWhen(const YAML::Node& node, const Entries& entries, const std::string& what, When& when) {
+    if (!entries.contains("on")) refuse(lineOf(node), "a " + what + " needs an 'on'");
+    with(entries, "on", [&](const YAML::Node& value) {
+      when = choice(value, {When::kSuccess, When::kFailure, When::kEnd});
+    });
+  }
+
+  void readFollowOn(const YAML::Node& node, std::vector<FollowOn>& followOns) {
+    const Entries entries = entriesOf(node, "a follow-on", kFollowOnKeys);
+    if (!node.IsMap()) return;
+    FollowOn followOn;
+    readWhen(node, entries, "follow-on", followOn.on);
+    int actions = 0;
+    for (const auto action : {FollowOn::Action::kRun, FollowOn::Action::kEnable, FollowOn::Action::kDisable}) {
+      if (!entries.contains(textOf(action))) continue;
+      ++actions;
+      followOn.action = action;
+    }
+    if (actions != 1) {
+      refuse(lineOf(node), "a follow-on has one of 'run', 'enable' and 'disable'");
       return;
     }
-    with(entries, "script", [&](const YAML::Node& value) {
-      task.script = scalar(value);
-      checkScript(task.script);
+    readNames(entries, textOf(followOn.action), followOn.tasks, taskName);
+    with(entries, textOf(followOn.action), [](const YAML::Node& value) {
+      if (value.IsSequence() && value.size() == 0) throw FormatError("expected at least one task");
     });
-    with(entries, "script-file", [&](const YAML::Node& value) {
+    followOns.push_back(std::move(followOn));
+  }
+
+  void readNotification(const YAML::Node& node, std::vector<Notification>& notifications) {
+    const Entries entries = entriesOf(node, "a notification", kNotificationKeys);
+    if (!node.IsMap()) return;
+    Notification notification;
+    readWhen(node, entries, "notification", notification.on);
+    with(entries, "by", [&](const YAML::Node& value) {
+      notification.by = choice(value, {Notification::By::kEmail, Notification::By::kPager, Notification::By::kBoth});
+    });
+    readNames(entries, "to", notification.to, contact);
+    readNames(entries, "groups", notification.groups, contact);
+    if (!entries.contains("to") && !entries.contains("groups")) {
+      refuse(lineOf(node), "a notification needs a 'to' or 'groups'");
+    }
+    with(entries, "subject", [&](const YAML::Node& value) { notification.subject = lineOfText(value, kLongSubject); });
+    with(entries, "message", [&](const YAML::Node& value) { notification.message = text(value, kLongMessage); });
+    with(entries, "pager-message", [&](const YAML::Node& value) {
+      notification.pagerMessage = text(value, kLongText);
+      if (notification.by == Notification::By::kEmail) throw FormatError("goes with 'by: pager' or 'by: both' only");
+    });
+    notifications.push_back(std::move(notification));
+  }
+
+  void readRight(const YAML::Node& node, std::vector<Right>& rights) {
+    const Entries entries = entriesOf(node, "a right", kRightKeys);
+    if (!node.IsMap()) return;
+    Right right;
+    right.isGroup = entries.contains("group");
+    if (right.isGroup == entries.contains("user")) {
+      refuse(lineOf(node),
+             right.isGroup ? "a right has either 'user' or 'group'" : "a right needs a 'user' or a 'group'");
+      return;
+    }
+    const char* const key = right.isGroup ? "group" : "user";
+    with(entries, key, [&](const YAML::Node& value) {
+      right.principal = {principal(value), lineOf(value)};
+      for (const Right& other : rights) {
+        if (other.isGroup == right.isGroup && other.principal == right.principal) {
+          throw FormatError("'" + right.principal.name + "' stands twice");
+        }
+      }
+    });
+    if (!entries.contains("may")) refuse(lineOf(node), "a right needs a 'may', [] for nothing");
+    std::vector<Reference> words;
+    readNames(entries, "may", words, [](const YAML::Node& value) {
+      std::string word = scalar(value);
+      if (word != "read" && word != "update" && word != "execute") {
+        throw FormatError("expected one of: read, update, execute");
+      }
+      return word;
+    });
+    for (const Reference& word : words) {
+      (word.name == "read" ? right.read : word.name == "update" ? right.update : right.execute) = true;
+    }
+    rights.push_back(std::move(right));
+  }
+
+  // A long text that stands in the file, or in one of its own.
+  void readText(const YAML::Node& node, const Entries& entries, const std::string& what, const char* key,
+                const char* fileKey, std::string& target) {
+    const bool inFile = entries.contains(fileKey);
+    if (entries.contains(key) == inFile) {
+      const std::string first = "'" + std::string(key) + "'";
+      const std::string second = "'" + std::string(fileKey) + "'";
+      refuse(lineOf(node), what + (inFile ? " has either " + first + " or " : " needs a " + first + " or a ") + second);
+      return;
+    }
+    with(entries, key, [&](const YAML::Node& value) {
+      target = scalar(value);
+      checkText(key, target);
+    });
+    with(entries, fileKey, [&](const YAML::Node& value) {
       const auto path = std::filesystem::path(name_).parent_path() / lineOfText(value, kLongText);
       try {
-        if (std::filesystem::file_size(path) <= kLongScript) task.script = readFile(path.string());
+        if (std::filesystem::file_size(path) <= kLongScript) target = readFile(path.string());
       } catch (const std::system_error& failure) {
         throw FormatError("cannot read " + path.string() + ": " + failure.code().message());
       }
-      if (findBadUtf8(task.script) != std::string::npos) throw FormatError(path.string() + " is not UTF-8");
-      checkScript(task.script);
+      if (findBadUtf8(target) != std::string::npos) throw FormatError(path.string() + " is not UTF-8");
+      checkText(key, target);
     });
   }
 
-  static void checkScript(const std::string& script) {
-    if (script.empty() || script.size() > kLongScript) throw FormatError("expected a script of 1 byte to 1MiB");
-    if (script.find('\0') != std::string::npos) throw FormatError("a script cannot hold the character U+0000");
+  static void checkText(const std::string& what, const std::string& text) {
+    if (text.empty() || text.size() > kLongScript) throw FormatError("expected a " + what + " of 1 byte to 1MiB");
+    if (text.find('\0') != std::string::npos) throw FormatError("a " + what + " cannot hold the character U+0000");
   }
 
   void readOptions(const Entries& entries, RunOptions& options) {
@@ -286,6 +628,13 @@ class Reader {
     });
   }
 
+  void readRules(const Entries& entries, const char* key, std::vector<ScheduleRule>& rules) {
+    with(entries, key, [&](const YAML::Node& value) {
+      if (!value.IsSequence()) throw FormatError("expected a list of rules, [] for none");
+      for (const YAML::Node& rule : value) readRule(rule, rules);
+    });
+  }
+
   void readRule(const YAML::Node& node, std::vector<ScheduleRule>& schedule) {
     const Entries entries = entriesOf(node, "a schedule", kRuleKeys);
     if (!node.IsMap()) return;
@@ -326,143 +675,90 @@ class Reader {
   }
 
   std::string name_;
-  std::vector<TaskDefinition> tasks_;
-  std::map<std::string, int> lineOfName_;
+  TaskFile file_;
+  std::map<std::string, std::map<std::string, int>> lines_;  // of the names, by what they name
   std::vector<std::pair<int, std::string>> errors_;
-};
-
-class Writer {
- public:
-  std::string write(const std::vector<TaskDefinition>& tasks) {
-    out_ << YAML::BeginMap;
-    out_ << YAML::Key << "mesk" << YAML::Value << kVersion;
-    out_ << YAML::Key << "tasks" << YAML::Value << YAML::BeginSeq;
-    for (const TaskDefinition& task : tasks) writeTask(task);
-    out_ << YAML::EndSeq << YAML::EndMap;
-    return std::string(out_.c_str()) + "\n";
-  }
-
- private:
-  // Quoted unless nothing in it could mean anything to YAML.
-  void value(const std::string& text) {
-    const auto isPlain = [](unsigned char c) {
-      return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' || c == '_' ||
-             c == '.' || c == '/' || c == ' ';
-    };
-    const bool plain = !text.empty() && std::all_of(text.begin(), text.end(), isPlain) && text.front() != ' ' &&
-                       text.back() != ' ' && text.front() != '-' && text.front() != '.';
-    static const std::set<std::string> kWords{"null", "Null", "NULL", "true", "false", "yes", "no", "on", "off"};
-    if (plain && !kWords.contains(text)) {
-      out_ << text;
-    } else {
-      out_ << YAML::DoubleQuoted << text;
-    }
-  }
-
-  void entry(const char* key, const std::string& text) {
-    out_ << YAML::Key << key << YAML::Value;
-    value(text);
-  }
-
-  void entryUnless(const char* key, const std::string& text, const std::string& usual) {
-    if (text != usual) entry(key, text);
-  }
-
-  // As it stands when YAML keeps every character of it so; quoted when not.
-  void script(const std::string& text) {
-    out_ << YAML::Key << "script" << YAML::Value;
-    const bool asIs =
-        text.size() > 1 && text.front() != '\n' && text.front() != ' ' && text.back() == '\n' &&
-        text[text.size() - 2] != '\n' && text.find("\n \n") == std::string::npos &&
-        std::all_of(text.begin(), text.end(), [](unsigned char c) { return c == '\n' || (c >= 0x20 && c < 0x7f); });
-    if (asIs) {
-      out_ << YAML::Literal << text.substr(0, text.size() - 1);  // the block itself ends the last line
-    } else {
-      out_ << YAML::DoubleQuoted << text;
-    }
-  }
-
-  void writeTask(const TaskDefinition& task) {
-    const TaskDefinition usual;
-    out_ << YAML::BeginMap;
-    entry("name", task.name);
-    entryUnless("description", task.description, "");
-    entry("type", task.type);
-    entryUnless("category", task.category, "");
-    entryUnless("owner", task.owner, "");
-    entryUnless("run-as", task.runAs, "");
-    entryUnless("directory", task.directory, "");
-    entryUnless("processor", task.processor, usual.processor);
-    script(task.script);
-    entryUnless("arguments", task.arguments, "");
-    writeOptions(task.options);
-    if (task.retryCount != 0 || task.retryIntervalSeconds != 0) {
-      out_ << YAML::Key << "retry" << YAML::Value << YAML::Flow << YAML::BeginMap;
-      entry("count", std::to_string(task.retryCount));
-      entry("interval", durationText(task.retryIntervalSeconds));
-      out_ << YAML::EndMap;
-    }
-    if (!task.enabled) out_ << YAML::Key << "enabled" << YAML::Value << "false";
-    out_ << YAML::Key << "schedule" << YAML::Value;
-    if (task.schedule.empty()) out_ << YAML::Flow;
-    out_ << YAML::BeginSeq;
-    for (const ScheduleRule& rule : task.schedule) writeRule(rule);
-    out_ << YAML::EndSeq << YAML::EndMap;
-  }
-
-  void writeOptions(const RunOptions& options) {
-    const RunOptions usual;
-    if (!options.environment.empty()) {
-      out_ << YAML::Key << "environment" << YAML::Value << YAML::BeginMap;
-      for (const auto& [name, text] : options.environment) {
-        out_ << YAML::Key << name << YAML::Value << YAML::DoubleQuoted << text;
-      }
-      out_ << YAML::EndMap;
-    }
-    if (options.timeoutSeconds != usual.timeoutSeconds) entry("timeout", durationText(options.timeoutSeconds));
-    if (options.outputLimit != usual.outputLimit) entry("output-limit", sizeText(options.outputLimit));
-    if (options.missed != usual.missed) entry("missed", textOf(options.missed));
-    if (options.interrupted != usual.interrupted) entry("interrupted", textOf(options.interrupted));
-    if (options.overlap != usual.overlap) entry("overlap", textOf(options.overlap));
-  }
-
-  void writeRule(const ScheduleRule& rule) {
-    out_ << YAML::BeginMap;
-    if (rule.recurring == 0) {
-      entry("once", startText(rule));
-    } else {
-      entry("every", intervalText(rule));
-      entryUnless("on", onText(rule), "");
-      entry("start", startText(rule));
-      entryUnless("end", endText(rule), "");
-      if (isAfterEnd(rule)) entry("after", "end");
-    }
-    out_ << YAML::EndMap;
-  }
-
-  YAML::Emitter out_;
 };
 
 }  // namespace
 
+const char* textOf(TaskType type) {
+  switch (type) {
+    case TaskType::kScript:
+      break;
+    case TaskType::kGroup:
+      return "group";
+    case TaskType::kWarehouse:
+      return "warehouse";
+  }
+  return "script";
+}
+
+const char* textOf(When when) {
+  switch (when) {
+    case When::kEnd:
+      break;
+    case When::kSuccess:
+      return "success";
+    case When::kFailure:
+      return "failure";
+  }
+  return "end";
+}
+
+const char* textOf(FollowOn::Action action) {
+  switch (action) {
+    case FollowOn::Action::kRun:
+      break;
+    case FollowOn::Action::kEnable:
+      return "enable";
+    case FollowOn::Action::kDisable:
+      return "disable";
+  }
+  return "run";
+}
+
+const char* textOf(Notification::By by) {
+  switch (by) {
+    case Notification::By::kEmail:
+      break;
+    case Notification::By::kPager:
+      return "pager";
+    case Notification::By::kBoth:
+      return "both";
+  }
+  return "email";
+}
+
+std::string allowedText(const Right& right) {
+  std::vector<std::string> words;
+  if (right.read) words.emplace_back("read");
+  if (right.update) words.emplace_back("update");
+  if (right.execute) words.emplace_back("execute");
+  return words.empty() ? "nothing" : joined(words);
+}
+
 bool TaskDefinition::operator==(const TaskDefinition& other) const {
-  return name == other.name && description == other.description && type == other.type && category == other.category &&
-         owner == other.owner && runAs == other.runAs && directory == other.directory && processor == other.processor &&
-         script == other.script && arguments == other.arguments && retryCount == other.retryCount &&
-         retryIntervalSeconds == other.retryIntervalSeconds && options == other.options && enabled == other.enabled &&
-         schedule == other.schedule;
+  const auto parts = [](const TaskDefinition& task) {
+    return std::tie(task.name, task.description, task.type, task.category, task.owner, task.runAs, task.directory,
+                    task.processor, task.script, task.arguments, task.retryCount, task.retryIntervalSeconds,
+                    task.options, task.enabled, task.schedule, task.schedules, task.steps, task.stopAtFailure,
+                    task.success, task.followOns, task.notifications, task.rights);
+  };
+  return parts(*this) == parts(other);
 }
 
 TaskFileResult readTaskFile(const std::string& path) {
   try {
     return parseTaskFile(readFile(path), path);
   } catch (const std::system_error& failure) {
-    return {{}, {path + ": " + failure.code().message()}};
+    TaskFileResult result;
+    result.path = path;
+    result.errors = {path + ": " + failure.code().message()};
+    return result;
   }
 }
 
 TaskFileResult parseTaskFile(const std::string& text, const std::string& name) { return Reader(name).read(text); }
-
-std::string writeTaskFile(const std::vector<TaskDefinition>& tasks) { return Writer().write(tasks); }
 
 }  // namespace mesk::host

@@ -1,5 +1,7 @@
 #include <scheduler/Utf8.h>
 
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
 namespace mesk::host {
@@ -27,6 +29,12 @@ std::size_t findBadUtf8(const std::string& text) {
     if (nextCharacter(text, at) < 0) return begin;
   }
   return std::string::npos;
+}
+
+std::string inCapitals(const std::string& text) {
+  std::string result;
+  icu::UnicodeString::fromUTF8(text).toUpper(icu::Locale::getRoot()).toUTF8String(result);
+  return result;
 }
 
 }  // namespace mesk::host

@@ -16,4 +16,7 @@ std::size_t countCharacters(const std::string& text);
 /// The first byte that belongs to no character, or npos when all is UTF-8.
 std::size_t findBadUtf8(const std::string& text);
 
+/// The text in capitals, as the store keeps the names of users.
+std::string inCapitals(const std::string& text);
+
 }  // namespace mesk::host
