@@ -2,10 +2,20 @@
 
 #include <fmt/format.h>
 
+#include <mesk/bridge/PARLException.h>
+
 namespace mesk::host {
 
 Administration::Administration(Session& session)
     : session_(session), class_(session, "com/orvik/kelvo/mesk/admin/Administration") {}
+
+std::string Administration::nameOf(const MDObject& principal) {
+  ThreadContext& ctx = session_.ctx();
+  const jmethodID getName = ctx.env->GetMethodID(principal.objectClass, "getName", "()Ljava/lang/String;");
+  session_.check(getName == nullptr ? kUnreached : 0, 0, "reading the name of a user or group");
+  return text(
+      MDObject::jStringToString(ctx, static_cast<jstring>(ctx.env->CallObjectMethod(principal.object, getName))));
+}
 
 void Administration::createUser(const std::string& name, bool superuser, bool admin) {
   class_.call(fmt::format("adding user '{}'", name), "createUser", name, superuser, admin);
@@ -107,6 +117,16 @@ void Administration::setSuccessCodes(const TaskKey& task, const std::vector<Succ
 void Administration::setContacts(long long notificationActionID, const std::vector<std::string>& contacts,
                                  const std::vector<std::string>& groups) {
   class_.call("setting whom a notification goes to", "setContacts", notificationActionID, contacts, groups);
+}
+
+void Administration::addSharedSchedule(const TaskKey& task, long long scheduleID) {
+  class_.call(fmt::format("adding a shared schedule to task {}", task.id), "addSharedSchedule", task.id, task.suffix,
+              scheduleID);
+}
+
+void Administration::removeSharedSchedule(const TaskKey& task, long long scheduleID) {
+  class_.call(fmt::format("removing a shared schedule from task {}", task.id), "removeSharedSchedule", task.id,
+              task.suffix, scheduleID);
 }
 
 void Administration::addScheduleRule(long long scheduleID, long long ruleID) {

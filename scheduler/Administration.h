@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <mesk/bridge/MDObject.h>
 #include <mesk/history/MDTaskHistory.h>
 #include <scheduler/Session.h>
 #include <scheduler/StoreClass.h>
@@ -28,6 +29,9 @@ class Administration {
   enum class AddressKind : int { kEmail = 1, kPager = 2 };
 
   explicit Administration(Session& session);
+
+  /// Of a user or a group that libmesk lists, whose name is not on its surface.
+  std::string nameOf(const MDObject& principal);
 
   // Users and groups. Names are kept in capitals.
   void createUser(const std::string& name, bool superuser, bool admin);
@@ -53,11 +57,13 @@ class Administration {
   /// Nothing when there is no such group.
   std::optional<std::vector<std::string>> contactsOf(const std::string& group);
 
-  // Parts of a task, of an action, of a shared schedule; each replaces what was there, except rules.
+  // Parts of a task, of an action, of a shared schedule; 'set' replaces what was there.
   void setGroupMembers(const TaskKey& task, const std::vector<TaskKey>& members);
   void setSuccessCodes(const TaskKey& task, const std::vector<SuccessCode>& codes);
   void setContacts(long long notificationActionID, const std::vector<std::string>& contacts,
                    const std::vector<std::string>& groups);
+  void addSharedSchedule(const TaskKey& task, long long scheduleID);
+  void removeSharedSchedule(const TaskKey& task, long long scheduleID);
   void addScheduleRule(long long scheduleID, long long ruleID);
   void removeScheduleRule(long long scheduleID, long long ruleID);
 

@@ -11,18 +11,18 @@
 #include <mesk/history/MDTaskHistory.h>
 #include <mesk/history/MDTaskHistoryType.h>
 #include <mesk/queue/MDTaskExecType.h>
+#include <mesk/schedule/MDSharedNamedScheduleType.h>
 #include <mesk/tasks/MDTaskType.h>
 #include <mesk/values/SQLDate.h>
 #include <mesk/values/SQLTime.h>
 #include <platform/Clock.h>
 #include <scheduler/Notice.h>
 #include <scheduler/ShellWords.h>
+#include <scheduler/Utf8.h>
 
 namespace mesk::host {
 namespace {
 
-constexpr int kSuffix = 0;
-constexpr long long kNone = -1;
 constexpr int kRunningState = 2;
 constexpr auto kLatest = std::numeric_limits<std::int64_t>::max();
 
@@ -42,62 +42,48 @@ std::size_t editDistance(const std::string& from, const std::string& to) {
   return row[to.size()];
 }
 
+/// Looks for a name that somebody may have meant.
+class Similar {
+ public:
+  explicit Similar(const std::string& name) : name_(name), least_(std::max<std::size_t>(name.size() / 3, 2) + 1) {}
+
+  void offer(const std::string& other) {
+    const std::size_t distance = editDistance(name_, other);
+    if (distance >= least_) return;
+    least_ = distance;
+    similar_ = other;
+  }
+
+  HostError notFound(const char* what, const char* lists) const {
+    std::string message = fmt::format("no {} '{}'", what, name_);
+    message +=
+        similar_.empty() ? fmt::format("; '{}' shows all", lists) : fmt::format("; did you mean '{}'?", similar_);
+    return {kExitNotFound, message};
+  }
+
+ private:
+  const std::string& name_;
+  std::size_t least_;
+  std::string similar_;
+};
+
 bool belongsTo(const Execution& execution, const MDTask& task, ThreadContext& ctx) {
   return execution.taskID == task.getTaskID(ctx) && execution.suffix == task.getSuffix(ctx);
-}
-
-/// Queued by a rule and not begun, in contrast to a retry.
-bool isPending(const Execution& execution) {
-  return execution.queued && execution.run == kNone && execution.ruleID != kNone;
 }
 
 /// Whether this is what the rule has in the queue. A run counts only where the next instant is counted from its end:
 /// otherwise that was queued when the run began.
 bool represents(const Execution& execution, const StoredRule& rule) {
-  return execution.ruleID == rule.id && (execution.run == kNone || isAfterEnd(rule.rule));
-}
-
-std::vector<std::string> differences(const TaskDefinition& is, const TaskDefinition& wanted) {
-  std::vector<std::string> names;
-  const auto compare = [&names](bool same, const char* name) {
-    if (!same) names.emplace_back(name);
-  };
-  compare(is.description == wanted.description, "description");
-  compare(is.category == wanted.category, "category");
-  compare(is.owner == wanted.owner, "owner");
-  compare(is.runAs == wanted.runAs, "run-as");
-  compare(is.directory == wanted.directory, "directory");
-  compare(is.processor == wanted.processor, "processor");
-  compare(is.script == wanted.script, "script");
-  compare(is.arguments == wanted.arguments, "arguments");
-  compare(is.options.environment == wanted.options.environment, "environment");
-  compare(is.options.timeoutSeconds == wanted.options.timeoutSeconds, "timeout");
-  compare(is.options.outputLimit == wanted.options.outputLimit, "output-limit");
-  compare(is.retryCount == wanted.retryCount && is.retryIntervalSeconds == wanted.retryIntervalSeconds, "retry");
-  compare(is.options.missed == wanted.options.missed, "missed");
-  compare(is.options.interrupted == wanted.options.interrupted, "interrupted");
-  compare(is.options.overlap == wanted.options.overlap, "overlap");
-  compare(is.enabled == wanted.enabled, "enabled");
-  return names;
+  return execution.ruleID == rule.id && (execution.run == -1 || isAfterEnd(rule.rule));
 }
 
 }  // namespace
 
-const char* textOf(Applied::Kind kind) {
-  switch (kind) {
-    case Applied::Kind::kCreated:
-      return "created";
-    case Applied::Kind::kChanged:
-      return "changed";
-    case Applied::Kind::kUnchanged:
-      break;
-  }
-  return "unchanged";
-}
-
 Definitions::Definitions(Session& session)
     : session_(session),
       ctx_(session.ctx()),
+      directory_(session),
+      parts_(session),
       day_(ctx_, "yyyyMMdd"),
       timeOfDay_(ctx_, "HHmmss"),
       moment_(ctx_, "yyyyMMddHHmmss") {}
@@ -118,25 +104,97 @@ std::vector<std::unique_ptr<MDTask>> Definitions::tasks() {
 }
 
 std::unique_ptr<MDTask> Definitions::find(const std::string& name) {
-  std::string similar;
-  std::size_t least = std::max<std::size_t>(name.size() / 3, 2) + 1;
+  Similar similar(name);
   for (Owned& task : tasks()) {
     const std::string other = text(task->getTaskName(ctx_));
     if (other == name && task->getSuffix(ctx_) == kSuffix) return std::move(task);
-    if (const std::size_t distance = editDistance(name, other); distance < least) {
-      least = distance;
-      similar = other;
-    }
+    similar.offer(other);
   }
-  std::string message = fmt::format("no task '{}'", name);
-  message += similar.empty() ? "; 'meskctl list' shows all" : fmt::format("; did you mean '{}'?", similar);
-  throw HostError(kExitNotFound, message);
+  throw similar.notFound("task", "meskctl list");
+}
+
+StoredSchedule Definitions::findSchedule(const std::string& name) {
+  Similar similar(name);
+  for (StoredSchedule& schedule : schedules()) {
+    if (schedule.name == name) return std::move(schedule);
+    similar.offer(schedule.name);
+  }
+  throw similar.notFound("shared schedule", "meskctl schedule list");
 }
 
 TaskDefinition Definitions::read(MDTask& task) {
   TaskDefinition definition = readRecord(task);
-  for (const StoredRule& stored : rules(task)) definition.schedule.push_back(stored.rule);
+  for (const StoredRule& stored : rules(task)) {
+    if (stored.scheduleID == kNone) definition.schedule.push_back(stored.rule);
+  }
+  for (const auto& schedule : sharedOf(task)) {
+    definition.schedules.emplace_back(text(schedule->getSharedScheduleName(ctx_)));
+  }
+  definition.steps = parts_.steps(task, definition.options.stages);
+  definition.options.stages.clear();
+  definition.success = parts_.success(task);
+  for (StoredFollowOn& stored : parts_.followOns(task)) definition.followOns.push_back(std::move(stored.part));
+  for (StoredNotification& stored : parts_.notifications(task)) {
+    definition.notifications.push_back(std::move(stored.part));
+  }
+  definition.rights = parts_.rights(task);
+  const std::string owner = inCapitals(definition.owner);
+  const auto ofOwner = std::find_if(definition.rights.begin(), definition.rights.end(), [&](const Right& right) {
+    return !right.isGroup && right.principal.name == owner;
+  });
+  if (ofOwner == definition.rights.end()) {
+    const auto users = directory_.administration().users();
+    // Nothing is what a definition has to say of an owner who may do nothing.
+    if (std::find(users.begin(), users.end(), owner) != users.end()) definition.rights.push_back({owner});
+  } else if (ofOwner->read && ofOwner->update && ofOwner->execute) {
+    definition.rights.erase(ofOwner);
+  }
+  std::erase_if(definition.rights,
+                [this](const Right& right) { return !right.isGroup && parts_.isSuperuser(right.principal.name); });
   return definition;
+}
+
+TaskFile Definitions::exported(const std::vector<std::string>& names) {
+  TaskFile file;
+  std::set<std::string> users;
+  std::set<std::string> groups;
+  std::set<std::string> contacts;
+  std::set<std::string> contactGroups;
+  std::set<std::string> shared;
+  const auto addTask = [&](MDTask& task) {
+    file.tasks.push_back(read(task));
+    const TaskDefinition& definition = file.tasks.back();
+    for (const Right& right : definition.rights) (right.isGroup ? groups : users).insert(right.principal.name);
+    for (const Notification& notification : definition.notifications) {
+      for (const Reference& contact : notification.to) contacts.insert(contact.name);
+      for (const Reference& group : notification.groups) contactGroups.insert(group.name);
+    }
+    for (const Reference& schedule : definition.schedules) shared.insert(schedule.name);
+  };
+  for (const std::string& name : names) addTask(*find(name));
+  if (names.empty()) {
+    for (const Owned& task : tasks()) {
+      if (task->getSuffix(ctx_) == kSuffix) addTask(*task);
+    }
+    for (std::string& contact : directory_.administration().contacts()) contacts.insert(std::move(contact));
+    for (std::string& group : directory_.administration().contactGroups()) contactGroups.insert(std::move(group));
+  }
+  for (const std::string& name : groups) {
+    file.groups.push_back(directory_.group(name));
+    for (const Reference& member : file.groups.back().members) users.insert(member.name);
+  }
+  for (const std::string& name : contactGroups) {
+    file.contactGroups.push_back(directory_.contactGroup(name));
+    for (const Reference& member : file.contactGroups.back().members) contacts.insert(member.name);
+  }
+  for (const std::string& name : users) file.users.push_back(directory_.user(name));
+  for (const std::string& name : contacts) {
+    if (!isAddress(name)) file.contacts.push_back(directory_.contact(name));
+  }
+  for (StoredSchedule& schedule : schedules()) {
+    if (names.empty() || shared.contains(schedule.name)) file.schedules.push_back(read(schedule));
+  }
+  return file;
 }
 
 TaskDefinition Definitions::readRecord(MDTask& task) {
@@ -147,6 +205,9 @@ TaskDefinition Definitions::readRecord(MDTask& task) {
   definition.owner = text(task.getOwner(ctx_));
   definition.runAs = text(task.getUserID(ctx_));
   definition.directory = text(task.getWorkingDir(ctx_));
+  if (const int type = task.getTaskType(ctx_); type == kGroupTask || type == kWarehouseTask) {
+    definition.type = static_cast<TaskType>(type);
+  }
   if (std::string processor = text(task.getCommandProcessor(ctx_)); !processor.empty()) {
     definition.processor = std::move(processor);
   }
@@ -154,6 +215,7 @@ TaskDefinition Definitions::readRecord(MDTask& task) {
   definition.arguments = text(task.getDefaultParameters(ctx_));
   definition.retryCount = task.getRetryCount(ctx_);
   definition.retryIntervalSeconds = task.getRetryInterval(ctx_);
+  definition.stopAtFailure = definition.type != kGroupTask || task.getStopAtStepFailure(ctx_) != 0;
   definition.enabled = task.getScheduleEnable(ctx_) != 0;
   try {
     definition.options = RunOptions::fromJson(text(task.getAdditionalParameters(ctx_)));
@@ -164,20 +226,91 @@ TaskDefinition Definitions::readRecord(MDTask& task) {
   return definition;
 }
 
+std::vector<std::unique_ptr<MDSharedNamedSchedule>> Definitions::sharedOf(MDTask& task) {
+  return session_.related("the shared schedules of a task", task, &MDTask::retrieveSharedNamedScheduleList);
+}
+
 std::vector<StoredRule> Definitions::rules(MDTask& task) {
   MDScheduleEvent** items = nullptr;
+  long long* ids = nullptr;
   int count = 0;
   int sqlCode = 0;
-  const int rc = task.retrieveScheduleEventList(ctx_, session_.context(), items, count, sqlCode);
+  const int rc = task.retrieveAllScheduleEventList(ctx_, session_.context(), items, ids, count, sqlCode);
   auto events = owned(items, count);
-  session_.checkUnless(kStoreNothingRelated, rc, sqlCode, "listing the schedule of a task");
+  const std::unique_ptr<long long[]> scheduleIDs(ids);
+  session_.check(rc, sqlCode, "listing the schedule of a task");
+  std::map<long long, std::string> names;
+  if (std::any_of(ids, ids + count, [](long long id) { return id != kNone; })) {
+    for (const auto& schedule : sharedOf(task)) {
+      names[schedule->getScheduleID(ctx_)] = text(schedule->getSharedScheduleName(ctx_));
+    }
+  }
   std::vector<StoredRule> result;
-  for (auto& event : events) {
+  for (int i = 0; i < count; ++i) {
+    auto& event = events[static_cast<std::size_t>(i)];
+    if (event == nullptr) continue;  // somebody took it away meanwhile
     const long long id = event->getScheduleEventID(ctx_);
     const ScheduleRule rule = ruleOf(*event);
-    result.push_back({std::move(event), id, rule});
+    result.push_back({std::move(event), id, rule, scheduleIDs[i], names[scheduleIDs[i]]});
   }
   return result;
+}
+
+std::vector<StoredRule> Definitions::rules(StoredSchedule& schedule) {
+  std::vector<StoredRule> result;
+  for (auto& event : session_.related("the rules of a shared schedule", *schedule.record,
+                                      &MDSharedNamedSchedule::retrieveScheduleEventList)) {
+    const long long id = event->getScheduleEventID(ctx_);
+    const ScheduleRule rule = ruleOf(*event);
+    result.push_back({std::move(event), id, rule, schedule.id, schedule.name});
+  }
+  return result;
+}
+
+std::vector<StoredSchedule> Definitions::schedules() {
+  std::vector<StoredSchedule> result;
+  for (auto& record : session_.list<MDSharedNamedSchedule, MDSharedNamedScheduleType>("the shared schedules")) {
+    const long long id = record->getScheduleID(ctx_);
+    std::string name = text(record->getSharedScheduleName(ctx_));
+    result.push_back({std::move(record), id, std::move(name)});
+  }
+  std::sort(result.begin(), result.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+  return result;
+}
+
+ScheduleDefinition Definitions::read(StoredSchedule& schedule) {
+  ScheduleDefinition definition{schedule.name, text(schedule.record->getDescription(ctx_)), {}};
+  for (StoredRule& rule : rules(schedule)) definition.rules.push_back(std::move(rule.rule));
+  return definition;
+}
+
+std::vector<std::string> Definitions::usersOf(long long scheduleID) {
+  std::vector<std::string> names;
+  for (const Owned& task : tasks()) {
+    const auto shared = sharedOf(*task);
+    const bool uses = std::any_of(shared.begin(), shared.end(),
+                                  [&](const auto& schedule) { return schedule->getScheduleID(ctx_) == scheduleID; });
+    if (uses) names.push_back(text(task->getTaskName(ctx_)));
+  }
+  return names;
+}
+
+Definitions::Starters Definitions::startersOf(MDTask& task) {
+  Starters starters;
+  for (const auto& other :
+       session_.related("the predecessors of a task", task, &MDTask::retrievePredecessorTaskWithExecActionList)) {
+    starters.predecessors.push_back(text(other->getTaskName(ctx_)));
+  }
+  const TaskKey key = parts_.keyOf(task);
+  for (const Owned& other : tasks()) {
+    if (other->getTaskType(ctx_) != kGroupTask) continue;
+    const auto members = session_.related("the steps of a task", *other, &MDTask::retrieveTaskGroupMemberList);
+    const bool isStep =
+        std::any_of(members.begin(), members.end(), [&](const auto& member) { return parts_.keyOf(*member) == key; });
+    if (isStep) starters.groups.push_back(text(other->getTaskName(ctx_)));
+  }
+  std::sort(starters.predecessors.begin(), starters.predecessors.end());
+  return starters;
 }
 
 ScheduleRule Definitions::ruleOf(MDScheduleEvent& event) {
@@ -221,177 +354,10 @@ std::vector<Execution> Definitions::executions() {
   return result;
 }
 
-std::vector<Applied> Definitions::apply(const std::vector<TaskDefinition>& definitions, bool dryRun,
-                                        const std::function<void(std::size_t)>& progress) {
-  std::vector<Applied> report;
-  const auto work = [&] {
-    report.clear();
-    std::map<std::string, Owned> existing;
-    for (Owned& task : tasks()) {
-      if (task->getSuffix(ctx_) != kSuffix) continue;
-      std::string name = text(task->getTaskName(ctx_));
-      existing.emplace(std::move(name), std::move(task));
-    }
-    // By task, so that thousands of tasks do not each look through the whole queue.
-    std::map<long long, std::vector<Execution>> queue;
-    for (Execution& execution : executions()) {
-      const long long taskID = execution.taskID;
-      queue[taskID].push_back(std::move(execution));
-    }
-    for (const TaskDefinition& definition : definitions) {
-      const auto found = existing.find(definition.name);
-      MDTask* const task = found == existing.end() ? nullptr : found->second.get();
-      std::vector<Execution> none;
-      report.push_back(applyOne(task, definition, task == nullptr ? none : queue[task->getTaskID(ctx_)]));
-      progress(report.size());
-    }
-  };
-  if (dryRun) {
-    try {
-      work();
-    } catch (...) {
-      session_.rollback();
-      throw;
-    }
-    session_.rollback();
-    return report;
-  }
-  session_.transact(work);
-  const auto isChange = [](const Applied& applied) { return applied.kind != Applied::Kind::kUnchanged; };
-  if (std::any_of(report.begin(), report.end(), isChange)) announce();
-  return report;
-}
-
-Applied Definitions::applyOne(MDTask* existing, TaskDefinition wanted, std::vector<Execution>& queue) {
-  if (wanted.owner.empty()) wanted.owner = existing == nullptr ? session_.user() : text(existing->getOwner(ctx_));
-  return existing == nullptr ? create(wanted, queue) : change(*existing, wanted, queue);
-}
-
-Applied Definitions::create(const TaskDefinition& wanted, std::vector<Execution>& queue) {
-  int rc = 0;
-  int sqlCode = 0;
-  MDTask task(ctx_, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "making a task");
-  const long long id = task.getReferenceID(ctx_, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "taking a key for a task");
-  task.setTaskID(ctx_, id);
-  task.setSuffix(ctx_, kSuffix);
-  task.setTaskType(ctx_, kScriptTask);
-  fill(task, wanted);
-  // One of that name that was not there a moment ago is a change by somebody else, as any other.
-  const int code = task.insert(ctx_, session_.context(), sqlCode);
-  session_.check(code == kStoreExists ? kStoreChanged : code, sqlCode, fmt::format("adding task '{}'", wanted.name));
-  for (const ScheduleRule& rule : wanted.schedule) addRule(task, rule);
-  if (plan(task, queue) > 0) {
-    updateNextStart(task, queue);
-    update(task);
-  }
-  return {wanted.name, Applied::Kind::kCreated, {}};
-}
-
-Applied Definitions::change(MDTask& task, const TaskDefinition& wanted, std::vector<Execution>& queue) {
-  Applied applied{wanted.name, Applied::Kind::kUnchanged, {}};
-  try {
-    applied.changes = differences(readRecord(task), wanted);
-  } catch (const StoreError&) {
-    throw;
-  } catch (const HostError&) {
-    applied.changes = {"run options"};  // what the store has cannot be read, so it is replaced
-  }
-
-  // Rules have no names: one that the file has as well stays, whatever its place.
-  std::vector<ScheduleRule> added = wanted.schedule;
-  int removed = 0;
-  for (StoredRule& stored : rules(task)) {
-    if (const auto same = std::find(added.begin(), added.end(), stored.rule); same != added.end()) {
-      added.erase(same);
-    } else {
-      removeRule(task, stored, queue);
-      ++removed;
-    }
-  }
-  for (const ScheduleRule& rule : added) addRule(task, rule);
-  if (!added.empty()) applied.changes.push_back(fmt::format("schedule: {} added", added.size()));
-  if (removed > 0) applied.changes.push_back(fmt::format("schedule: {} removed", removed));
-
-  if (!applied.changes.empty()) fill(task, wanted);
-  if (!wanted.enabled) clearSchedule(task, queue);
-  const int planned = plan(task, queue);
-  if (applied.changes.empty() && planned == 0) return applied;
-  if (applied.changes.empty()) applied.changes.emplace_back("queued again");
-  updateNextStart(task, queue);
-  update(task);
-  applied.kind = Applied::Kind::kChanged;
-  return applied;
-}
-
-void Definitions::fill(MDTask& task, const TaskDefinition& definition) {
-  task.setTaskName(ctx_, definition.name.c_str());
-  task.setDescription(ctx_, definition.description.c_str());
-  task.setTaskCategory(ctx_, definition.category.c_str());
-  task.setOwner(ctx_, definition.owner.c_str());
-  task.setUserID(ctx_, definition.runAs.c_str());
-  task.setWorkingDir(ctx_, definition.directory.c_str());
-  task.setCommandProcessor(ctx_, definition.processor.c_str());
-  task.setScriptContentString(ctx_, definition.script.c_str());
-  task.setDefaultParameters(ctx_, definition.arguments.c_str());
-  task.setAdditionalParameters(ctx_, definition.options.toJson().c_str());
-  task.setRetryCount(ctx_, definition.retryCount);
-  task.setRetryInterval(ctx_, definition.retryIntervalSeconds);
-  task.setScheduleEnable(ctx_, definition.enabled ? 1 : 0);
-  task.setFollowOnTaskEnable(ctx_, 1);
-  task.setNotificationEnable(ctx_, 1);
-  auto now = session_.timestamp(clockMillis());
-  task.setModified(ctx_, &now);
-  task.setModifier(ctx_, session_.user().c_str());
-}
-
 long long Definitions::parsed(const SimpleDateFormat& format, const std::string& given) {
   const long long millis = format.parse(ctx_, given.c_str());
   session_.check(ctx_.env->ExceptionCheck() != JNI_FALSE ? kStoreInvalid : 0, 0, fmt::format("reading '{}'", given));
   return millis;
-}
-
-void Definitions::addRule(MDTask& task, const ScheduleRule& rule) {
-  int rc = 0;
-  int sqlCode = 0;
-  MDScheduleEvent event(ctx_, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "making a schedule rule");
-  const long long id = event.getReferenceID(ctx_, session_.context(), rc, sqlCode);
-  session_.check(rc, sqlCode, "taking a key for a schedule rule");
-  event.setScheduleEventID(ctx_, id);
-  SQLDate startDate(ctx_, parsed(day_, rule.startDate));
-  event.setStartDate(ctx_, &startDate);
-  SQLTime startTime(ctx_, parsed(timeOfDay_, rule.startTime));
-  event.setStartTime(ctx_, &startTime);
-  if (!rule.endDate.empty()) {
-    SQLDate endDate(ctx_, parsed(day_, rule.endDate));
-    event.setEndDate(ctx_, &endDate);
-  }
-  event.setIntervalType(ctx_, rule.intervalType);
-  event.setIntervalUnit(ctx_, rule.intervalUnit);
-  event.setDetail(ctx_, rule.detail);
-  event.setRecurring(ctx_, rule.recurring);
-  const std::string what = fmt::format("adding the rule '{}'", wordsOf(rule));
-  session_.check(event.insert(ctx_, session_.context(), sqlCode), sqlCode, what);
-  session_.check(task.addScheduleEvent(ctx_, session_.context(), event, sqlCode), sqlCode, what);
-}
-
-/// With the rule goes what it has in the queue, except a retry: that belongs to a run that has begun, and goes on
-/// without the rule.
-void Definitions::removeRule(MDTask& task, StoredRule& rule, std::vector<Execution>& queue) {
-  int sqlCode = 0;
-  const std::string what = fmt::format("removing the rule '{}'", wordsOf(rule.rule));
-  for (Execution& execution : queue) {
-    if (execution.ruleID != rule.id || !execution.queued || execution.run == kNone) continue;
-    execution.record->setScheduleEventID(ctx_, kNone);
-    execution.ruleID = kNone;
-    session_.check(execution.record->update(ctx_, session_.context(), sqlCode), sqlCode, what);
-  }
-  session_.check(task.removeScheduleEvent(ctx_, session_.context(), *rule.record, sqlCode), sqlCode, what);
-  session_.check(rule.record->deleteIt(ctx_, session_.context(), sqlCode), sqlCode, what);
-  std::erase_if(queue,
-                [&rule](const Execution& execution) { return isPending(execution) && execution.ruleID == rule.id; });
 }
 
 /// Queues the first execution of each rule that has none; answers how many that were.
@@ -401,7 +367,7 @@ int Definitions::plan(MDTask& task, std::vector<Execution>& queue) {
   for (const StoredRule& rule : rules(task)) {
     if (std::any_of(queue.begin(), queue.end(), [&rule](const Execution& e) { return represents(e, rule); })) continue;
     if (const auto first = firstInstant(*rule.record, rule.rule)) {
-      queue.push_back(enqueue(task, kByNobody, rule.id, *first, {}));
+      queue.push_back(enqueue(task, kByNobody, &rule, *first, {}));
       ++planned;
     }
   }
@@ -410,7 +376,7 @@ int Definitions::plan(MDTask& task, std::vector<Execution>& queue) {
 
 void Definitions::clearSchedule(MDTask& task, std::vector<Execution>& queue) {
   std::erase_if(queue, [&](Execution& execution) {
-    if (!isPending(execution) || !belongsTo(execution, task, ctx_)) return false;
+    if (!execution.isPending() || !belongsTo(execution, task, ctx_)) return false;
     int sqlCode = 0;
     session_.check(execution.record->deleteIt(ctx_, session_.context(), sqlCode), sqlCode,
                    fmt::format("removing execution {}", execution.id));
@@ -418,9 +384,12 @@ void Definitions::clearSchedule(MDTask& task, std::vector<Execution>& queue) {
   });
 }
 
-Execution Definitions::follow(MDTask& task, std::int64_t start) { return enqueue(task, kByFollowOn, kNone, start, {}); }
+Execution Definitions::follow(MDTask& task, std::int64_t start) {
+  return enqueue(task, kByFollowOn, nullptr, start, {});
+}
 
-Execution Definitions::enqueue(MDTask& task, StartedBy by, long long ruleID, std::int64_t start,
+/// By a rule, or by none for null.
+Execution Definitions::enqueue(MDTask& task, StartedBy by, const StoredRule* rule, std::int64_t start,
                                const std::string& arguments) {
   int rc = 0;
   int sqlCode = 0;
@@ -432,15 +401,15 @@ Execution Definitions::enqueue(MDTask& task, StartedBy by, long long ruleID, std
   if (execution.id == 0) throw HostError(kExitStoreFailed, "the store gave no key for an execution");
   execution.taskID = task.getTaskID(ctx_);
   execution.suffix = task.getSuffix(ctx_);
-  execution.ruleID = ruleID;
+  execution.ruleID = rule == nullptr ? kNone : rule->id;
   execution.runNow = by == kByRequest;
   execution.followOn = by == kByFollowOn;
   execution.start = start;
   record.setTaskExecID(ctx_, execution.id);
   record.setTaskID(ctx_, execution.taskID);
   record.setSuffix(ctx_, execution.suffix);
-  record.setSharedNamedScheduleID(ctx_, kNone);
-  record.setScheduleEventID(ctx_, ruleID);
+  record.setSharedNamedScheduleID(ctx_, rule == nullptr ? kNone : rule->scheduleID);
+  record.setScheduleEventID(ctx_, execution.ruleID);
   record.setTaskHistoryID(ctx_, kNone);
   record.setStatus(ctx_, kExecQueued);
   record.setStartedByRunNow(ctx_, by);
@@ -450,7 +419,7 @@ Execution Definitions::enqueue(MDTask& task, StartedBy by, long long ruleID, std
   record.setUserID(ctx_, text(task.getUserID(ctx_)).c_str());
   auto stamp = session_.timestamp(start);
   record.setNextStartDateTime(ctx_, &stamp);
-  if (ruleID != kNone) {
+  if (rule != nullptr) {
     record.setOriginalScheduleTime(ctx_, &stamp);
     execution.instant = start;
   }
@@ -488,9 +457,44 @@ void Definitions::remove(const std::string& name) {
       if (execution.queued && execution.run != kNone && belongsTo(execution, *task, ctx_)) settleRetry(execution);
     }
     int sqlCode = 0;
-    session_.check(task->deleteIt(ctx_, session_.context(), sqlCode), sqlCode, fmt::format("deleting task '{}'", name));
+    const int code = task->deleteIt(ctx_, session_.context(), sqlCode);
+    if (code == kStoreInUse) refuseRemoval(*task, name);
+    session_.check(code, sqlCode, fmt::format("deleting task '{}'", name));
   });
   announce();
+}
+
+/// Says which tasks need the task, if any do.
+void Definitions::refuseRemoval(MDTask& task, const std::string& name) {
+  std::string reasons;
+  for (const std::string& group : startersOf(task).groups) reasons += fmt::format("; it is a step of '{}'", group);
+  for (const Owned& other : tasks()) {
+    const std::string otherName = text(other->getTaskName(ctx_));
+    if (otherName == name) continue;
+    for (const StoredFollowOn& followOn : parts_.followOns(*other)) {
+      const auto& targets = followOn.part.tasks;
+      if (std::find(targets.begin(), targets.end(), Reference(name)) == targets.end()) continue;
+      reasons += fmt::format("; the end of '{}' would {} it", otherName, textOf(followOn.part.action));
+    }
+  }
+  if (reasons.empty()) return;
+  throw HostError(kExitRefused, fmt::format("task '{}' cannot be deleted{}; change these tasks first", name, reasons));
+}
+
+void Definitions::removeSchedule(const std::string& name) {
+  session_.transact([&] {
+    StoredSchedule schedule = findSchedule(name);
+    std::string users;
+    for (const std::string& user : usersOf(schedule.id))
+      users += fmt::format("{}'{}'", users.empty() ? "" : ", ", user);
+    if (!users.empty()) {
+      throw HostError(kExitRefused,
+                      fmt::format("shared schedule '{}' cannot be deleted: it is used by {}", name, users));
+    }
+    int sqlCode = 0;
+    session_.check(schedule.record->deleteIt(ctx_, session_.context(), sqlCode), sqlCode,
+                   fmt::format("deleting shared schedule '{}'", name));
+  });
 }
 
 /// A run whose retry will not come ends as its last attempt did.
@@ -537,7 +541,7 @@ long long Definitions::runNow(const std::string& name, const std::vector<std::st
   session_.transact([&] {
     const Owned task = find(name);
     auto queue = executions();
-    queue.push_back(enqueue(*task, kByRequest, kNone, clockMillis(), shellLine(arguments)));
+    queue.push_back(enqueue(*task, kByRequest, nullptr, clockMillis(), shellLine(arguments)));
     id = queue.back().id;
     updateNextStart(*task, queue);
     update(*task);
@@ -575,17 +579,18 @@ std::vector<Upcoming> Definitions::upcoming(MDTask& task, std::size_t count) {
   std::erase_if(queue, [&](const Execution& e) { return !e.queued || !e.start || !belongsTo(e, task, ctx_); });
   std::vector<Upcoming> result;
   for (const Execution& execution : queue) {
-    if (isPending(execution)) continue;
+    if (execution.isPending()) continue;
     std::string why = execution.runNow ? "run now" : execution.followOn ? "follow-on" : "again";
     if (execution.run != kNone) why = fmt::format("retry of run {}", execution.run);
     result.push_back({*execution.start, std::move(why), *execution.start <= now});
   }
   for (const StoredRule& rule : taskRules) {
     const auto pending = std::find_if(queue.begin(), queue.end(), [&rule](const Execution& execution) {
-      return isPending(execution) && execution.ruleID == rule.id;
+      return execution.isPending() && execution.ruleID == rule.id;
     });
     if (pending == queue.end()) continue;
-    const std::string words = wordsOf(rule.rule);
+    std::string words = wordsOf(rule.rule);
+    if (rule.scheduleID != kNone) words += fmt::format(" ({})", rule.schedule);
     std::int64_t instant = *pending->start;
     for (std::size_t i = 0; i < count; ++i) {
       result.push_back({instant, words, instant <= now});

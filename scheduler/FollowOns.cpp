@@ -10,16 +10,14 @@ FollowOns::Fired FollowOns::fire(const RunEnd& end, const Queued& queued) {
   ThreadContext& ctx = session_.ctx();
   Fired fired;
   if (end.task.getFollowOnTaskEnable(ctx) == 0 || end.exec.getUseTaskActions(ctx) == 0) return fired;
-  const auto actions = session_.related<MDFollowOnAction>("the follow-on actions of a task", [&](auto&... out) {
-    return end.task.retrieveFollowOnActionList(ctx, session_.context(), out...);
-  });
+  const auto actions =
+      session_.related("the follow-on actions of a task", end.task, &MDTask::retrieveFollowOnActionList);
   for (const auto& action : actions) {
     if (!applies(action->getFollowOnCondition(ctx), end.outcome)) continue;
     const long long id = action->getFollowOnActionID(ctx);
     const int kind = action->getAction(ctx);
-    const auto targets = session_.related<MDTask>("the tasks of a follow-on action", [&](auto&... out) {
-      return action->retrieveTaskList(ctx, session_.context(), out...);
-    });
+    const auto targets =
+        session_.related("the tasks of a follow-on action", *action, &MDFollowOnAction::retrieveTaskList);
     for (const auto& target : targets) act(end, id, kind, *target, queued, fired);
   }
   return fired;

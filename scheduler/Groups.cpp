@@ -47,9 +47,7 @@ GroupProgress Groups::progress(const TaskKey& group, long long run, const std::s
   progress.status.bytes = bytes;
 
   std::vector<Step> steps;
-  for (auto& member : session_.related<MDTask>("the steps of a group", [&](auto&... out) {
-         return task->retrieveTaskGroupMemberList(ctx, session_.context(), out...);
-       })) {
+  for (auto& member : session_.related("the steps of a group", *task, &MDTask::retrieveTaskGroupMemberList)) {
     const TaskKey key{member->getTaskID(ctx), member->getSuffix(ctx)};
     const auto found = recordOf.find(key);
     Step step;

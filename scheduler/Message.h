@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-namespace mesk::host {
+#include <scheduler/RecordCodes.h>
 
-enum MessageKind : int { kMessageEmail = 1, kMessagePager = 2 };
+namespace mesk::host {
 
 /// A message about a run, for one address.
 struct Message {

@@ -32,9 +32,8 @@ Notifications::Told Notifications::tell(const RunEnd& end) {
   ThreadContext& ctx = session_.ctx();
   Told told;
   if (end.task.getNotificationEnable(ctx) == 0 || end.exec.getUseNotification(ctx) == 0) return told;
-  const auto actions = session_.related<MDNotificationAction>("the notification actions of a task", [&](auto&... out) {
-    return end.task.retrieveNotificationActionList(ctx, session_.context(), out...);
-  });
+  const auto actions =
+      session_.related("the notification actions of a task", end.task, &MDTask::retrieveNotificationActionList);
   for (const auto& action : actions) {
     if (!applies(action->getNotificationCondition(ctx), end.outcome)) continue;
     try {

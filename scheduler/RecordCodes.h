@@ -55,4 +55,7 @@ enum EndCondition : int {
 
 enum FollowOnKind : int { kRunTask = 1, kEnableTask = 2, kDisableTask = 3 };
 
+/// How a message goes; bits.
+enum MessageKind : int { kMessageEmail = 1, kMessagePager = 2, kMessageBoth = kMessageEmail | kMessagePager };
+
 }  // namespace mesk::host

@@ -69,16 +69,17 @@ class Session {
     return records;
   }
 
-  /// The records that an operation lists which takes the outputs array, count and SQL code, owned; `what` names them.
-  template <class Record, class Retrieve>
-  std::vector<std::unique_ptr<Record>> related(const std::string& what, Retrieve retrieve) {
+  /// The records that `owner`'s operation lists, owned. `what` names them.
+  template <class Record, class Owner>
+  std::vector<std::unique_ptr<Record>> related(const std::string& what, Owner& owner,
+                                               int (Owner::*retrieve)(ThreadContext&, jobject, Record**&, int&, int&)) {
     Record** items = nullptr;
     int count = 0;
     int sqlCode = 0;
-    const int rc = retrieve(items, count, sqlCode);
+    const int rc = (owner.*retrieve)(ctx_, context_, items, count, sqlCode);
     auto records = owned(items, count);
     check(rc, sqlCode, "listing " + what);
-    std::erase(records, nullptr);
+    std::erase(records, nullptr);  // for which there was no memory
     return records;
   }
 

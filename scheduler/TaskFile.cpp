@@ -25,6 +25,7 @@ constexpr std::size_t kLongText = 4096;
 constexpr std::size_t kLongSubject = 200;
 constexpr std::size_t kLongMessage = 65536;
 constexpr std::size_t kLongContact = 127;  // bytes
+constexpr std::size_t kLongAddress = 254;  // bytes
 constexpr std::size_t kMostMembers = 1000;
 constexpr std::uintmax_t kLongScript = 1 << 20;  // bytes
 constexpr int kMostRetries = 1000;
@@ -212,7 +213,7 @@ class Reader {
 
   static std::string principal(const YAML::Node& node) { return inCapitals(nameText(node)); }
 
-  static std::string contact(const YAML::Node& node) {
+  static std::string contactName(const YAML::Node& node) {
     std::string value = lineOfText(node, kLongName);
     if (value.empty() || value.size() > kLongContact) {
       throw FormatError("expected 1 to " + std::to_string(kLongContact) + " bytes");
@@ -220,9 +221,24 @@ class Reader {
     return value;
   }
 
+  static std::string newContactName(const YAML::Node& node) {
+    std::string value = contactName(node);
+    if (isAddress(value)) throw FormatError("expected a name without @, which would be an address");
+    return value;
+  }
+
+  // A contact's name, or an address.
+  static std::string toldName(const YAML::Node& node) {
+    const bool isName = node.IsScalar() && !isAddress(node.Scalar());
+    return isName ? contactName(node) : address(node);
+  }
+
+  // What the store takes as an address.
   static std::string address(const YAML::Node& node) {
     std::string value = lineOfText(node, kLongText);
-    if (value.find('@') == std::string::npos || value.find(' ') != std::string::npos) {
+    const std::size_t at = value.rfind('@');
+    if (at == std::string::npos || at == 0 || at + 1 == value.size() || value.size() > kLongAddress ||
+        value.find_first_of(" <>(),;:\"\\") != std::string::npos) {
       throw FormatError("expected an address such as ann@example.org");
     }
     return value;
@@ -266,10 +282,11 @@ class Reader {
          [](const YAML::Node& value) { numberFromText(scalar(value), kTaskFileVersion, kTaskFileVersion); });
     each(entries, "users", "users", [this](const YAML::Node& user) { readUser(user); });
     each(entries, "groups", "groups of users",
-         [this](const YAML::Node& group) { readGroup(group, "group", file_.groups, principal); });
+         [this](const YAML::Node& group) { readGroup(group, "group", file_.groups, principal, principal); });
     each(entries, "contacts", "contacts", [this](const YAML::Node& contact) { readContact(contact); });
-    each(entries, "contact-groups", "groups of contacts",
-         [this](const YAML::Node& group) { readGroup(group, "contact group", file_.contactGroups, contact); });
+    each(entries, "contact-groups", "groups of contacts", [this](const YAML::Node& group) {
+      readGroup(group, "contact group", file_.contactGroups, newContactName, toldName);
+    });
     each(entries, "schedules", "shared schedules", [this](const YAML::Node& schedule) { readSchedule(schedule); });
     if (!entries.contains("tasks")) refuse(lineOf(node), "expected 'tasks', a list of tasks");
     each(entries, "tasks", "tasks", [this](const YAML::Node& task) { readTask(task); });
@@ -286,12 +303,12 @@ class Reader {
   }
 
   void readGroup(const YAML::Node& node, const std::string& what, std::vector<GroupDefinition>& groups,
-                 std::string (*parse)(const YAML::Node&)) {
+                 std::string (*parse)(const YAML::Node&), std::string (*parseMember)(const YAML::Node&)) {
     const Entries entries = entriesOf(node, "a " + what, kGroupKeys);
     if (!node.IsMap()) return;
     GroupDefinition group;
     readName(node, entries, what, group.name, parse);
-    readNames(entries, "members", group.members, parse);
+    readNames(entries, "members", group.members, parseMember);
     groups.push_back(std::move(group));
   }
 
@@ -299,7 +316,7 @@ class Reader {
     const Entries entries = entriesOf(node, "a contact", kContactKeys);
     if (!node.IsMap()) return;
     ContactDefinition definition;
-    readName(node, entries, "contact", definition.name, contact);
+    readName(node, entries, "contact", definition.name, newContactName);
     with(entries, "email", [&](const YAML::Node& value) { definition.email = address(value); });
     with(entries, "pager", [&](const YAML::Node& value) { definition.pager = address(value); });
     file_.contacts.push_back(std::move(definition));
@@ -328,7 +345,7 @@ class Reader {
     task.name = name.name;
     with(entries, "description", [&](const YAML::Node& value) { task.description = text(value, kLongText); });
     with(entries, "type", [&](const YAML::Node& value) {
-      task.type = choice(value, {TaskType::kScript, TaskType::kGroup, TaskType::kWarehouse});
+      task.type = choice(value, {kScriptTask, kGroupTask, kWarehouseTask});
     });
     checkKeys(entries, task.type);
     const std::initializer_list<std::pair<const char*, std::string*>> names{
@@ -369,8 +386,8 @@ class Reader {
     for (const TypeOfKey& known : kTypesOfKeys) {
       const auto found = entries.find(known.key);
       if (found == entries.end()) continue;
-      const bool fits = (type == TaskType::kScript && known.script) || (type == TaskType::kGroup && known.group) ||
-                        (type == TaskType::kWarehouse && known.warehouse);
+      const bool fits = (type == kScriptTask && known.script) || (type == kGroupTask && known.group) ||
+                        (type == kWarehouseTask && known.warehouse);
       if (!fits) {
         refuse(lineOf(found->second), "'" + found->first + "' does not go with 'type: " + textOf(type) + "'");
       }
@@ -380,14 +397,14 @@ class Reader {
   // What the task runs.
   void readWork(const YAML::Node& node, const Entries& entries, TaskDefinition& task) {
     switch (task.type) {
-      case TaskType::kScript:
+      case kScriptTask:
         readText(node, entries, "a task", "script", "script-file", task.script);
         break;
-      case TaskType::kGroup:
+      case kGroupTask:
         if (!entries.contains("steps")) refuse(lineOf(node), "a group needs 'steps'");
         readSteps(entries, task.steps);
         break;
-      case TaskType::kWarehouse:
+      case kWarehouseTask:
         if (!entries.contains("warehouse")) refuse(lineOf(node), "a warehouse task needs a 'warehouse'");
         with(entries, "warehouse", [&](const YAML::Node& value) { readWarehouse(value, task); });
         break;
@@ -467,11 +484,9 @@ class Reader {
     });
   }
 
-  void readWhen(const YAML::Node& node, const Entries& entries, const std::string& what, When& when) {
+  void readWhen(const YAML::Node& node, const Entries& entries, const std::string& what, EndCondition& when) {
     if (!entries.contains("on")) refuse(lineOf(node), "a " + what + " needs an 'on'");
-    with(entries, "on", [&](const YAML::Node& value) {
-      when = choice(value, {When::kSuccess, When::kFailure, When::kEnd});
-    });
+    with(entries, "on", [&](const YAML::Node& value) { when = choice(value, {kAtSuccess, kAtFailure, kAtEveryEnd}); });
   }
 
   void readFollowOn(const YAML::Node& node, std::vector<FollowOn>& followOns) {
@@ -480,7 +495,7 @@ class Reader {
     FollowOn followOn;
     readWhen(node, entries, "follow-on", followOn.on);
     int actions = 0;
-    for (const auto action : {FollowOn::Action::kRun, FollowOn::Action::kEnable, FollowOn::Action::kDisable}) {
+    for (const auto action : {kRunTask, kEnableTask, kDisableTask}) {
       if (!entries.contains(textOf(action))) continue;
       ++actions;
       followOn.action = action;
@@ -502,10 +517,10 @@ class Reader {
     Notification notification;
     readWhen(node, entries, "notification", notification.on);
     with(entries, "by", [&](const YAML::Node& value) {
-      notification.by = choice(value, {Notification::By::kEmail, Notification::By::kPager, Notification::By::kBoth});
+      notification.by = choice(value, {kMessageEmail, kMessagePager, kMessageBoth});
     });
-    readNames(entries, "to", notification.to, contact);
-    readNames(entries, "groups", notification.groups, contact);
+    readNames(entries, "to", notification.to, toldName);
+    readNames(entries, "groups", notification.groups, contactName);
     if (!entries.contains("to") && !entries.contains("groups")) {
       refuse(lineOf(node), "a notification needs a 'to' or 'groups'");
     }
@@ -513,7 +528,7 @@ class Reader {
     with(entries, "message", [&](const YAML::Node& value) { notification.message = text(value, kLongMessage); });
     with(entries, "pager-message", [&](const YAML::Node& value) {
       notification.pagerMessage = text(value, kLongText);
-      if (notification.by == Notification::By::kEmail) throw FormatError("goes with 'by: pager' or 'by: both' only");
+      if (notification.by == kMessageEmail) throw FormatError("goes with 'by: pager' or 'by: both' only");
     });
     notifications.push_back(std::move(notification));
   }
@@ -684,47 +699,47 @@ class Reader {
 
 const char* textOf(TaskType type) {
   switch (type) {
-    case TaskType::kScript:
+    case kScriptTask:
       break;
-    case TaskType::kGroup:
+    case kGroupTask:
       return "group";
-    case TaskType::kWarehouse:
+    case kWarehouseTask:
       return "warehouse";
   }
   return "script";
 }
 
-const char* textOf(When when) {
+const char* textOf(EndCondition when) {
   switch (when) {
-    case When::kEnd:
+    case kAtEveryEnd:
       break;
-    case When::kSuccess:
+    case kAtSuccess:
       return "success";
-    case When::kFailure:
+    case kAtFailure:
       return "failure";
   }
   return "end";
 }
 
-const char* textOf(FollowOn::Action action) {
+const char* textOf(FollowOnKind action) {
   switch (action) {
-    case FollowOn::Action::kRun:
+    case kRunTask:
       break;
-    case FollowOn::Action::kEnable:
+    case kEnableTask:
       return "enable";
-    case FollowOn::Action::kDisable:
+    case kDisableTask:
       return "disable";
   }
   return "run";
 }
 
-const char* textOf(Notification::By by) {
+const char* textOf(MessageKind by) {
   switch (by) {
-    case Notification::By::kEmail:
+    case kMessageEmail:
       break;
-    case Notification::By::kPager:
+    case kMessagePager:
       return "pager";
-    case Notification::By::kBoth:
+    case kMessageBoth:
       return "both";
   }
   return "email";

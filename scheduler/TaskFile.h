@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <scheduler/RecordCodes.h>
 #include <scheduler/RunOptions.h>
 #include <scheduler/ScheduleRule.h>
 #include <scheduler/SuccessCode.h>
@@ -26,18 +27,10 @@ struct Reference {
   bool operator==(const Reference& other) const { return name == other.name; }
 };
 
-/// What a task runs; the numbers are those of the store.
-enum class TaskType : int { kScript = 1, kGroup = 2, kWarehouse = 3 };
-
-/// After which ends of a task something happens; the numbers are those of the store.
-enum class When : int { kEnd = 0, kSuccess = 1, kFailure = 2 };
-
 /// What happens to other tasks when a task ends.
 struct FollowOn {
-  enum class Action : int { kRun = 1, kEnable = 2, kDisable = 3 };
-
-  When on = When::kEnd;
-  Action action = Action::kRun;
+  EndCondition on = kAtEveryEnd;
+  FollowOnKind action = kRunTask;
   std::vector<Reference> tasks;
 
   bool operator==(const FollowOn&) const = default;
@@ -45,10 +38,8 @@ struct FollowOn {
 
 /// Who is told when a task ends, and what.
 struct Notification {
-  enum class By : int { kEmail = 1, kPager = 2, kBoth = 3 };
-
-  When on = When::kEnd;
-  By by = By::kEmail;
+  EndCondition on = kAtEveryEnd;
+  MessageKind by = kMessageEmail;
   std::vector<Reference> to;      ///< contacts, or addresses, which have an @
   std::vector<Reference> groups;  ///< contact groups
   std::string subject;            ///< empty, as the message: the system's own
@@ -73,7 +64,7 @@ struct Right {
 struct TaskDefinition {
   std::string name;  ///< 1..128 characters, unique in its file
   std::string description;
-  TaskType type = TaskType::kScript;
+  TaskType type = kScriptTask;
   std::string category;
   std::string owner;  ///< empty: whoever applies the file
   std::string runAs;  ///< empty: the scheduler's own user
@@ -171,6 +162,9 @@ struct KnownNames {
   std::function<std::vector<std::string>(const std::string& task)> starts;
 };
 
+/// Whether the name of somebody who is told is an address, and no contact's.
+bool isAddress(const std::string& name);
+
 /// What is wrong with a file as a whole, in the form of the errors of `readTaskFile`: references to what neither it nor
 /// the store has, and tasks that would start each other round and round.
 std::vector<std::string> checkReferences(const TaskFile& file, const KnownNames& known);
@@ -179,9 +173,9 @@ std::vector<std::string> checkReferences(const TaskFile& file, const KnownNames&
 std::string writeTaskFile(const TaskFile& file);
 
 const char* textOf(TaskType type);
-const char* textOf(When when);
-const char* textOf(FollowOn::Action action);
-const char* textOf(Notification::By by);
+const char* textOf(EndCondition when);
+const char* textOf(FollowOnKind action);
+const char* textOf(MessageKind by);
 
 /// The names of what the right allows, "read, update"; "nothing" for none.
 std::string allowedText(const Right& right);

@@ -25,13 +25,13 @@ class Check {
     for (const TaskDefinition& task : file_.tasks) tasks.insert(task.name);
 
     for (const GroupDefinition& group : file_.groups) expect("members", "user", group.members, users);
-    for (const GroupDefinition& group : file_.contactGroups) expect("members", "contact", group.members, contacts);
+    for (const GroupDefinition& group : file_.contactGroups) expectTold("members", group.members, contacts);
     for (const TaskDefinition& task : file_.tasks) {
       for (const auto& stage : task.steps) expect("steps", "task", stage, tasks);
       expect("schedules", "shared schedule", task.schedules, schedules);
       for (const FollowOn& followOn : task.followOns) expect(textOf(followOn.action), "task", followOn.tasks, tasks);
       for (const Notification& notification : task.notifications) {
-        expect("to", "contact", notification.to, contacts);
+        expectTold("to", notification.to, contacts);
         expect("groups", "contact group", notification.groups, contactGroups);
       }
       for (const Right& right : task.rights) {
@@ -55,11 +55,15 @@ class Check {
   void expect(const std::string& key, const std::string& what, const std::vector<Reference>& references,
               const std::set<std::string>& names) {
     for (const Reference& reference : references) {
-      // Who is told may be an address.
-      if (names.contains(reference.name) || (key == "to" && reference.name.find('@') != std::string::npos)) continue;
+      if (names.contains(reference.name)) continue;
       refuse(reference.line,
              "'" + key + "': neither this file nor the store has a " + what + " '" + reference.name + "'");
     }
+  }
+
+  void expectTold(const std::string& key, std::vector<Reference> references, const std::set<std::string>& contacts) {
+    std::erase_if(references, [](const Reference& reference) { return isAddress(reference.name); });
+    expect(key, "contact", references, contacts);
   }
 
   std::vector<Reference> startsOf(const std::string& name) const {
@@ -73,7 +77,7 @@ class Check {
     }
     for (const auto& stage : found->second->steps) starts.insert(starts.end(), stage.begin(), stage.end());
     for (const FollowOn& followOn : found->second->followOns) {
-      if (followOn.action != FollowOn::Action::kRun) continue;
+      if (followOn.action != kRunTask) continue;
       starts.insert(starts.end(), followOn.tasks.begin(), followOn.tasks.end());
     }
     return starts;
@@ -135,7 +139,7 @@ class Check {
     std::vector<std::string> texts;
     for (const auto& [line, what] : errors_) {
       if (texts.size() == kTaskFileErrors) break;
-      texts.push_back(file_.path + ":" + std::to_string(line) + ": " + what);
+      texts.push_back(file_.path + ":" + std::to_string(std::max(line, 1)) + ": " + what);
     }
     return texts;
   }
@@ -148,6 +152,8 @@ class Check {
 };
 
 }  // namespace
+
+bool isAddress(const std::string& name) { return name.find('@') != std::string::npos; }
 
 std::vector<std::string> checkReferences(const TaskFile& file, const KnownNames& known) {
   return Check(file, known).run();

@@ -131,7 +131,7 @@ class Writer {
     entryUnless("run-as", task.runAs, "");
     entryUnless("directory", task.directory, "");
     entryUnless("processor", task.processor, usual.processor);
-    if (task.type == TaskType::kScript) longText("script", task.script);
+    if (task.type == kScriptTask) longText("script", task.script);
     writeSteps(task);
     if (task.options.warehouse) writeWarehouse(*task.options.warehouse, task.script);
     entryUnless("arguments", task.arguments, "");
@@ -158,7 +158,7 @@ class Writer {
   }
 
   void writeSteps(const TaskDefinition& task) {
-    if (task.type != TaskType::kGroup) return;
+    if (task.type != kGroupTask) return;
     out_ << YAML::Key << "steps" << YAML::Value << YAML::BeginSeq;
     for (const std::vector<Reference>& stage : task.steps) {
       if (stage.size() == 1) {

@@ -210,8 +210,8 @@ public final class MDTask extends GuardedRecord {
 
     /** Makes the task use a shared schedule, which is in the store; EXISTS when it does. */
     public void addSharedNamedSchedule(Context context, MDSharedNamedSchedule schedule, PARLException exception) {
-        Operation.write(context, exception, database -> TaskRelations.SCHEDULES.add(database, key(),
-            Relation.key(TaskRelations.required(schedule).getScheduleID())));
+        Operation.write(context, exception, database -> TaskRelations.addSchedule(database, taskID, suffix,
+            TaskRelations.required(schedule).getScheduleID()));
     }
 
     /** The task no longer uses a shared schedule; what its rules queued for the task goes. The schedule stays. */

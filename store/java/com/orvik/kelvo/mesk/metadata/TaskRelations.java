@@ -60,7 +60,14 @@ public final class TaskRelations {
             suffix, eventID);
     }
 
-    static void removeSchedule(Database database, long taskID, int suffix, long scheduleID)
+    /** Makes the task use a shared schedule, behind the others; EXISTS when it does. */
+    public static void addSchedule(Database database, long taskID, int suffix, long scheduleID)
+        throws SQLException, StoreException {
+        SCHEDULES.add(database, Relation.key(taskID, suffix), Relation.key(scheduleID));
+    }
+
+    /** The task no longer uses a shared schedule; what its rules queued for the task goes. */
+    public static void removeSchedule(Database database, long taskID, int suffix, long scheduleID)
         throws SQLException, StoreException {
         SCHEDULES.remove(database, Relation.key(taskID, suffix), Relation.key(scheduleID));
         forgetQueued(database, "task_id = ? AND suffix = ? AND schedule_event_id IN (SELECT schedule_event_id"
