@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <iostream>
 
 #include <platform/Clock.h>
 #include <scheduler/RunRecords.h>
@@ -20,6 +21,12 @@ void declareTask(CLI::App& app, Invocation& invocation) {
 void declareCount(CLI::App& app, Invocation& invocation, const char* help) {
   app.add_option("-n,--count", invocation.count, help)->check(CLI::Range(1, 100000))->capture_default_str();
 }
+
+void declareSchedule(CLI::App& app, Invocation& invocation) {
+  app.add_option("SCHEDULE", invocation.schedule, "Name of the shared schedule")->required();
+}
+
+void declareYes(CLI::App& app, Invocation& invocation) { app.add_flag("-y,--yes", invocation.yes, "Do not ask"); }
 
 void declareNothing(CLI::App&, Invocation&) {}
 
@@ -104,9 +111,21 @@ const std::vector<Command>& commands() {
       {"delete", "Delete a task; its history stays",
        [](CLI::App& app, Invocation& invocation) {
          declareTask(app, invocation);
-         app.add_flag("-y,--yes", invocation.yes, "Do not ask");
+         declareYes(app, invocation);
        },
        deleteCommand},
+      {"schedule",
+       "Shared schedules: list, show, delete",
+       nullptr,
+       nullptr,
+       {{"list", "List the shared schedules", declareNothing, scheduleListCommand},
+        {"show", "Tell all about a shared schedule", declareSchedule, scheduleShowCommand},
+        {"delete", "Delete a shared schedule that no task uses",
+         [](CLI::App& app, Invocation& invocation) {
+           declareSchedule(app, invocation);
+           declareYes(app, invocation);
+         },
+         scheduleDeleteCommand}}},
       {"codes", "List the codes of the store and their meaning", declareNothing, codesCommand},
       {"completion", "Write a script that completes command lines",
        [](CLI::App& app, Invocation& invocation) {
@@ -172,6 +191,33 @@ void printJson(const Json& json) { print(json.dump(2, ' ', false, Json::error_ha
 
 void say(const Invocation& invocation, const std::string& line) {
   if (!invocation.quiet && !invocation.json) print(line + "\n");
+}
+
+void confirm(const Invocation& invocation, const std::string& question, const std::string& what) {
+  if (invocation.yes) return;
+  if (::isatty(STDIN_FILENO) == 0) {
+    throw HostError(kExitUsage, fmt::format("deleting {} cannot be undone: confirm it with --yes", what));
+  }
+  fmt::print(stderr, "{} [y/N] ", question);
+  std::string answer;
+  std::getline(std::cin, answer);
+  if (answer != "y" && answer != "Y" && answer != "yes") {
+    throw HostError(kExitRefused, fmt::format("{} was not deleted", what));
+  }
+}
+
+void line(std::string& out, const std::string& title, const std::string& value) {
+  if (!value.empty()) out += fmt::format("{:<14}{}\n", title + ":", value);
+}
+
+std::string indented(const std::string& text) {
+  std::string result = "  ";
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    result += text[i];
+    if (text[i] == '\n' && i + 1 < text.size()) result += "  ";
+  }
+  if (!result.ends_with('\n')) result += '\n';
+  return result;
 }
 
 std::string forOutput(const std::string& text) {

@@ -31,6 +31,7 @@ struct Invocation {
 
   std::string file;
   std::string task;
+  std::string schedule;
   std::vector<std::string> names;
   std::vector<std::string> arguments;
   std::string shell;
@@ -84,6 +85,11 @@ int enableCommand(const Invocation& invocation);
 int disableCommand(const Invocation& invocation);
 int deleteCommand(const Invocation& invocation);
 
+// Shared schedules.
+int scheduleListCommand(const Invocation& invocation);
+int scheduleShowCommand(const Invocation& invocation);
+int scheduleDeleteCommand(const Invocation& invocation);
+
 // What is to come, and what was.
 int queueCommand(const Invocation& invocation);
 int nextCommand(const Invocation& invocation);
@@ -104,6 +110,17 @@ void putTime(Json& object, const std::string& key, std::optional<std::int64_t> m
 /// How a run or an attempt that has ended did, from its return code.
 std::string outcomeText(bool succeeded, int returnCode);
 
+/// The same from the status and the return code of a run; "failed (3)" where the code says more than the status.
+std::string resultText(int status, int returnCode);
+
+// How a task stands: "running", "disabled", ...; how its last run ended, empty before the first; and both as JSON, with
+// times and what tells the task from others.
+std::string stateText(MDTask& task, ThreadContext& ctx);
+std::string lastText(MDTask& task, Session& session);
+Json jsonOf(MDTask& task, Session& session);
+
+std::string joined(const std::vector<std::string>& words);
+
 /// For people: the table as wide as the terminal.
 void print(const Table& table);
 void printJson(const Json& json);
@@ -111,6 +128,14 @@ void print(const std::string& text);
 
 /// A line for people, unless they want quiet or JSON.
 void say(const Invocation& invocation, const std::string& line);
+
+/// Asks whether what cannot be undone is to be done, unless that was said already; throws HostError for a no.
+/// `question` and `what` name it: "Delete task 'a'?", "task 'a'".
+void confirm(const Invocation& invocation, const std::string& question, const std::string& what);
+
+// For `show`: a line under a title, unless there is nothing to say; text under one, indented.
+void line(std::string& out, const std::string& title, const std::string& value);
+std::string indented(const std::string& text);
 
 /// Text of a script for standard output: as it is, unless that is a terminal, which it must not steer.
 std::string forOutput(const std::string& text);

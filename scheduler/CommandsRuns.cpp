@@ -26,12 +26,6 @@ bool hasEnded(int status) { return status != kRunRunning && status != kRunWaitin
 
 std::string statusText(int status) { return textOf(static_cast<RunningStatus>(status)); }
 
-/// "failed (3)"; the code where it says more than the status.
-std::string resultText(int status, int returnCode) {
-  return status == kRunFailed || status == kRunWaiting ? fmt::format("{} ({})", statusText(status), returnCode)
-                                                       : statusText(status);
-}
-
 const char* causeText(int invocationMethod) { return textOf(static_cast<InvocationMethod>(invocationMethod)); }
 
 std::string kindText(const Execution& execution) {
@@ -186,6 +180,11 @@ std::string endedWithLine(std::string text) {
 
 }  // namespace
 
+std::string resultText(int status, int returnCode) {
+  return status == kRunFailed || status == kRunWaiting ? fmt::format("{} ({})", statusText(status), returnCode)
+                                                       : statusText(status);
+}
+
 int queueCommand(const Invocation& invocation) {
   OpenStore store(invocation);
   Session& session = store.session();
@@ -194,7 +193,7 @@ int queueCommand(const Invocation& invocation) {
   std::map<long long, std::string> rules;
   for (const auto& task : store.definitions().tasks()) {
     names[{task->getTaskID(ctx), task->getSuffix(ctx)}] = text(task->getTaskName(ctx));
-    for (const StoredRule& rule : store.definitions().rules(*task)) rules[rule.id] = wordsOf(rule.rule);
+    for (const StoredRule& rule : store.definitions().rules(*task)) rules[rule.id] = rule.words();
   }
   const auto causeOf = [&rules](const Execution& execution) -> std::string {
     if (execution.runNow) return textOf(kInvokedNow);

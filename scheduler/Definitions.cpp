@@ -79,6 +79,10 @@ bool represents(const Execution& execution, const StoredRule& rule) {
 
 }  // namespace
 
+std::string StoredRule::words() const {
+  return scheduleID == -1 ? wordsOf(rule) : fmt::format("{} (shared schedule '{}')", wordsOf(rule), schedule);
+}
+
 Definitions::Definitions(Session& session)
     : session_(session),
       ctx_(session.ctx()),
@@ -589,8 +593,7 @@ std::vector<Upcoming> Definitions::upcoming(MDTask& task, std::size_t count) {
       return execution.isPending() && execution.ruleID == rule.id;
     });
     if (pending == queue.end()) continue;
-    std::string words = wordsOf(rule.rule);
-    if (rule.scheduleID != kNone) words += fmt::format(" ({})", rule.schedule);
+    const std::string words = rule.words();
     std::int64_t instant = *pending->start;
     for (std::size_t i = 0; i < count; ++i) {
       result.push_back({instant, words, instant <= now});

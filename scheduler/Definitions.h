@@ -33,6 +33,9 @@ struct StoredRule {
   ScheduleRule rule;
   long long scheduleID = -1;  ///< of the shared schedule that has it; -1: the task itself
   std::string schedule;       ///< its name
+
+  /// The rule in words, with the shared schedule that has it.
+  std::string words() const;
 };
 
 /// A shared schedule, with its record.

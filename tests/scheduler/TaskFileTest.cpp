@@ -110,7 +110,9 @@ TEST(TaskFileTest, WhatIsNotSaidHasItsDefault) {
 TEST(TaskFileTest, AnEmptyListOfTasksIsATaskFile) { EXPECT_EQ(parse("mesk: 1\ntasks: []\n").errors, Lines{}); }
 
 TEST(TaskFileTest, AFileThatIsNoTaskFileIsRefused) {
-  const std::string keys = "tasks.yaml:1: expected a task file with keys of: mesk, tasks";
+  const std::string keys =
+      "tasks.yaml:1: expected a task file with keys of: mesk, users, groups, contacts, contact-groups, schedules, "
+      "tasks";
   EXPECT_EQ(parse("").errors, Lines{keys});
   EXPECT_EQ(parse("hello").errors, Lines{keys});
   EXPECT_EQ(parse("- 1").errors, Lines{keys});
@@ -130,11 +132,12 @@ TEST(TaskFileTest, EachMistakeIsNamedWithItsLineAndWhatWasExpected) {
   const std::pair<const char*, const char*> rows[] = {
       {"nmae: b",
        "'nmae' is no key of a task; expected one of: name, description, type, category, owner, run-as, "
-       "directory, processor, script, script-file, arguments, environment, timeout, output-limit, retry, "
-       "missed, interrupted, overlap, enabled, schedule"},
+       "directory, processor, script, script-file, steps, warehouse, arguments, environment, timeout, "
+       "output-limit, retry, stop-at-failure, success, missed, interrupted, overlap, enabled, schedule, "
+       "schedules, follow-ons, notifications, rights"},
       {"owner: a,\nowner: b", "'owner' stands twice in a task"},
       {"[a]: b", "expected a word as key of a task"},
-      {"type: sql", "'type': unknown task type 'sql'; expected: script"},
+      {"type: sql", "'type': expected one of: script, group, warehouse"},
       {"description: [a]", "'description': expected a text"},
       {"description: ", "'description': expected a text"},
       {"category: \"a\\nb\"", "'category': expected one line without control characters"},
@@ -276,7 +279,9 @@ TEST(TaskFileTest, TasksComeBackFromTheirFile) {
     return result;
   };
   for (int round = 0; round < 400; ++round) {
-    std::vector<TaskDefinition> tasks(upTo(3));
+    TaskFile written;
+    std::vector<TaskDefinition>& tasks = written.tasks;
+    tasks.resize(upTo(3));
     for (TaskDefinition& task : tasks) {
       task.name = "t" + std::to_string(&task - tasks.data()) + text(5, true);
       task.description = text(8, false);
@@ -299,7 +304,7 @@ TEST(TaskFileTest, TasksComeBackFromTheirFile) {
       task.enabled = upTo(1) == 0;
       for (std::size_t i = upTo(3); i > 0; --i) task.schedule.push_back(randomRule(random));
     }
-    const std::string file = writeTaskFile(tasks);
+    const std::string file = writeTaskFile(written);
     const TaskFileResult result = parse(file);
     ASSERT_EQ(result.errors, Lines{}) << file;
     ASSERT_EQ(result.tasks, tasks) << file;
@@ -313,7 +318,9 @@ TEST(TaskFileTest, AWrittenFileIsOneThatPeopleCanRead) {
   task.options.timeoutSeconds = 5400;
   task.schedule = {ruleFromWords("every 2 weeks on friday from 2026-01-01 02:00"),
                    ruleFromWords("once at 2026-12-24 18:00")};
-  EXPECT_EQ(writeTaskFile({task}), R"(mesk: 1
+  TaskFile file;
+  file.tasks = {task};
+  EXPECT_EQ(writeTaskFile(file), R"(mesk: 1
 tasks:
   - name: nightly backup
     type: script

@@ -30,7 +30,7 @@ std::map<std::string, int> keysByCause(const Json& queue) {
 TEST_F(CtlTest, ApplyMakesTheTasksOfAFile) {
   const Answer answer = apply(kTwoTasks);
   EXPECT_EQ(answer.code, 0) << answer.error;
-  EXPECT_EQ(answer.out, "TASK     RESULT   CHANGES\nnightly  created\nby-hand  created\n");
+  EXPECT_EQ(answer.out, "WHAT  NAME     RESULT   CHANGES\ntask  nightly  created\ntask  by-hand  created\n");
   EXPECT_EQ(namesOf(json({"list"})), (Words{"by-hand", "nightly"}));
 }
 
@@ -62,7 +62,8 @@ TEST_F(CtlTest, AChangeOfOneRuleKeepsTheExecutionsOfTheOthers) {
       "    schedule:\n"
       "      - {every: 1 day, start: 2090-01-01 03:30}\n"
       "      - {every: 1 week, on: monday, start: 2090-01-01 07:00}\n");
-  EXPECT_EQ(answer.out, "TASK     RESULT   CHANGES\nnightly  changed  schedule: 1 added, schedule: 1 removed\n");
+  EXPECT_EQ(answer.out,
+            "WHAT  NAME     RESULT   CHANGES\ntask  nightly  changed  schedule: 1 added, schedule: 1 removed\n");
   const auto after = keysByCause(json({"queue"}));
   const std::string weekly = "every week on monday from 2090-01-01 07:00:00";
   ASSERT_EQ(after.size(), 2U);
@@ -75,7 +76,7 @@ TEST_F(CtlTest, ApplyNamesThePartsThatItChanged) {
   apply(kTwoTasks);
   const Answer answer = apply(
       "  - {name: by-hand, script: echo other, arguments: usual, timeout: 5m, retry: {count: 2, interval: 1m}}\n");
-  EXPECT_EQ(answer.out, "TASK     RESULT   CHANGES\nby-hand  changed  script, timeout, retry\n");
+  EXPECT_EQ(answer.out, "WHAT  NAME     RESULT   CHANGES\ntask  by-hand  changed  script, timeout, retry\n");
   EXPECT_EQ(namesOf(json({"list"})), (Words{"by-hand", "nightly"})) << "a task that the file does not name stays";
 }
 
@@ -92,7 +93,7 @@ TEST_F(CtlTest, AFileWithErrorsChangesNothingAndAllErrorsAreTold) {
   const std::string file = scratch_.at("tasks.yaml");
   EXPECT_EQ(answer.code, 3);
   EXPECT_EQ(answer.out, "");
-  EXPECT_EQ(answer.error, file + ":5: 'type': unknown task type 'sql'; expected: script\n" + file +
+  EXPECT_EQ(answer.error, file + ":5: 'type': expected one of: script, group, warehouse\n" + file +
                               ":8: 'every': expected 1 to 1000 minutes\n" +
                               "meskctl: nothing was applied: 2 errors in " + file + "\n");
   EXPECT_EQ(done({"export"}).out, before);
@@ -126,7 +127,7 @@ TEST_F(CtlTest, ADryRunTellsWhatWouldChangeAndChangesNothing) {
   const std::string before = done({"export"}).out;
   const Answer second = done({"apply", file, "--dry-run"});
   EXPECT_EQ(second.out,
-            "TASK     RESULT   CHANGES\nnightly  created\nby-hand  changed  script, arguments\n"
+            "WHAT  NAME     RESULT   CHANGES\ntask  nightly  created\ntask  by-hand  changed  script, arguments\n"
             "Nothing was changed: this was a dry run.\n");
   EXPECT_EQ(done({"export"}).out, before);
 }

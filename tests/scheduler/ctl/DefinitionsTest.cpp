@@ -24,8 +24,14 @@ class DefinitionsTest : public SchedulerTest {
     return task;
   }
 
+  static TaskFile fileOf(std::vector<TaskDefinition> tasks) {
+    TaskFile file;
+    file.tasks = std::move(tasks);
+    return file;
+  }
+
   Applied apply(const TaskDefinition& task) {
-    return definitions_.apply({task}, false, [](std::size_t) {}).at(0);
+    return definitions_.apply(fileOf({task}), false, [](std::size_t) {}).at(0);
   }
 
   std::vector<std::int64_t> foretold(std::size_t count) {
@@ -214,7 +220,7 @@ TEST_F(DefinitionsTest, AChangeIsToldToWhoeverWatchesAndNoChangeIsNot) {
   EXPECT_TRUE(watch.drain());
   apply(defined({kHourly}));
   EXPECT_FALSE(watch.drain());
-  definitions_.apply({defined({kTen})}, true, [](std::size_t) {});
+  definitions_.apply(fileOf({defined({kTen})}), true, [](std::size_t) {});
   EXPECT_FALSE(watch.drain()) << "a dry run changes nothing";
   definitions_.runNow("task", {});
   EXPECT_TRUE(watch.drain());
@@ -230,11 +236,11 @@ TEST_F(DefinitionsTest, AChangeBySomebodyElseMeanwhileMakesTheWorkStartAnew) {
   TaskDefinition first = defined({kHourly});
   TaskDefinition second = defined({kTen});
   second.name = "second";
-  definitions_.apply({first, second}, false, [](std::size_t) {});
+  definitions_.apply(fileOf({first, second}), false, [](std::size_t) {});
   second.script = "false";
   std::vector<std::size_t> calls;
   // The first task stays as it is, so nothing is written and nothing locked when the word on it comes.
-  definitions_.apply({first, second}, false, [&](std::size_t done) {
+  definitions_.apply(fileOf({first, second}), false, [&](std::size_t done) {
     calls.push_back(done);
     if (calls.size() > 1) return;
     std::thread([&] {
@@ -259,7 +265,7 @@ TEST_F(DefinitionsTest, APasswordIsInNoExportAndSurvivesTheApplyOfOne) {
     int sqlCode = 0;
     session_->check(task->update(ctx(), session_->context(), sqlCode), sqlCode, "setting the password");
   });
-  const std::string exported = writeTaskFile({definitions_.read(*definitions_.find("task"))});
+  const std::string exported = writeTaskFile(definitions_.exported({"task"}));
   EXPECT_EQ(exported.find("sesame"), std::string::npos);
   TaskDefinition changed = parseTaskFile(exported, "export.yaml").tasks.at(0);
   changed.script = "false";

@@ -74,7 +74,7 @@ TEST_F(ErrorsTest, ATaskFileThatIsWrongIsToldWithItsLines) {
   EXPECT_TRUE(errorsOf("mesk: [1\n").starts_with(at + "2: this is not YAML: "));
   EXPECT_TRUE(errorsOf("mesk: 2\ntasks: []\n").starts_with(at + "1: 'mesk': "));
   EXPECT_TRUE(errorsOf("mesk: 1\ntasks:\n  - {name: a, script: x, type: sql}\n")
-                  .starts_with(at + "3: 'type': unknown task type 'sql'; expected: script\n"));
+                  .starts_with(at + "3: 'type': expected one of: script, group, warehouse\n"));
   EXPECT_TRUE(errorsOf("mesk: 1\ntasks:\n  - name: a\n    script: x\n    schedule:\n"
                        "      - {every: 0 hours, start: 2026-01-01 00:00}\n")
                   .starts_with(at + "6: 'every': expected 1 to 24 hours\n"));

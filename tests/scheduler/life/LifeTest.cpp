@@ -37,7 +37,7 @@ TEST_F(LifeTest, EveryFiringOfFourHundredDaysIsTheOneThatWasForetold) {
   ASSERT_TRUE(file.errors.empty()) << file.errors.front();
   const std::int64_t end = kStart + kDays * kDay;
   Definitions definitions(*session_);
-  definitions.apply(file.tasks, false, [](std::size_t) {});
+  definitions.apply(file, false, [](std::size_t) {});
 
   std::map<std::string, std::vector<std::int64_t>> foretold;
   for (const auto& task : definitions.tasks()) {

@@ -222,14 +222,14 @@ public final class Administration {
     /** Makes a task use a shared schedule, behind those that it uses; EXISTS when it does. */
     public static void addSharedSchedule(Context context, long taskID, int suffix, long scheduleID,
         PARLException exception) {
-        changeTask(context, taskID, suffix, Rights.UPDATE, exception,
+        changeTask(context, taskID, suffix, exception,
             database -> TaskRelations.addSchedule(database, taskID, suffix, scheduleID));
     }
 
     /** A task no longer uses a shared schedule; what its rules queued for the task goes. NOT_FOUND when it does not. */
     public static void removeSharedSchedule(Context context, long taskID, int suffix, long scheduleID,
         PARLException exception) {
-        changeTask(context, taskID, suffix, Rights.UPDATE, exception,
+        changeTask(context, taskID, suffix, exception,
             database -> TaskRelations.removeSchedule(database, taskID, suffix, scheduleID));
     }
 
