@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <iterator>
 #include <limits>
@@ -678,6 +679,12 @@ Scheduler::Start Scheduler::request(MDTaskExec& exec, MDTask& task, const Attemp
   request.environment["MESK_STORE"] = session_.address().path();
   request.environment["MESK_TASK"] = text(task.getTaskName(ctx));
   request.environment["MESK_RUN"] = std::to_string(id.run);
+  if (type == kWarehouseTask) {
+    // Which JVM this process was told to use holds for the agent too.
+    for (const char* name : {"JAVA_HOME", "MESK_CLASSPATH", "MESK_JVM_OPTIONS"}) {
+      if (const char* const value = std::getenv(name)) request.environment[name] = value;
+    }
+  }
   request.timeoutMillis = options.timeoutSeconds * 1000;
   request.outputLimit = options.outputLimit;
   request.attempt = id.attempt;
