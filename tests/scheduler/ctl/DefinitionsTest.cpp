@@ -1,53 +1,14 @@
 // What a change of definitions does to executions that wait, run, or are to be tried again.
-#include <scheduler/Definitions.h>
 #include <scheduler/Notice.h>
 #include <scheduler/TaskFile.h>
 
 #include <algorithm>
 #include <thread>
 
-#include "../cycle/Workshop.h"
+#include "Defining.h"
 
 namespace mesk::host {
 namespace {
-
-class DefinitionsTest : public SchedulerTest {
- protected:
-  DefinitionsTest() : definitions_(*session_) {}
-
-  /// A task "task" with these rules, in words.
-  static TaskDefinition defined(const std::vector<std::string>& rules) {
-    TaskDefinition task;
-    task.name = "task";
-    task.script = "true";
-    for (const std::string& words : rules) task.schedule.push_back(ruleFromWords(words));
-    return task;
-  }
-
-  static TaskFile fileOf(std::vector<TaskDefinition> tasks) {
-    TaskFile file;
-    file.tasks = std::move(tasks);
-    return file;
-  }
-
-  Applied apply(const TaskDefinition& task) {
-    return definitions_.apply(fileOf({task}), false, [](std::size_t) {}).at(0);
-  }
-
-  std::vector<std::int64_t> foretold(std::size_t count) {
-    std::vector<std::int64_t> starts;
-    for (const Upcoming& next : definitions_.upcoming(*definitions_.find("task"), count)) starts.push_back(next.start);
-    return starts;
-  }
-
-  std::optional<std::int64_t> nextStart() { return session_->millis(definitions_.find("task")->getNextStart(ctx())); }
-  int state() { return definitions_.find("task")->getState(ctx()); }
-
-  Definitions definitions_;
-};
-
-constexpr const char* kHourly = "every hour from 2026-01-01 00:00";
-constexpr const char* kTen = "every day from 2026-01-01 10:00";
 
 TEST_F(DefinitionsTest, ANewTaskIsPlannedForTheFirstInstantOfEachRule) {
   const Applied applied = apply(defined({kHourly, kTen, "once at 2026-01-04 12:00", "once at 2026-01-06 12:00"}));
