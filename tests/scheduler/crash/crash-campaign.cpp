@@ -4,7 +4,9 @@
 //
 // The load: rules by the minute that began days ago, of tasks that want every missed instant run. So there is always
 // an instant that is due, and each has to end up with one claim and one record. Each script writes the attempt that it
-// is into a file; an attempt that stands there twice was run twice.
+// is into a file; an attempt that stands there twice was run twice. Ends of runs start chains of other tasks and ask
+// for messages, and groups run their steps by stages: each of that has to happen once for each run, and the statistics
+// have to say what the records say.
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
@@ -102,47 +104,129 @@ class Campaign {
         std::fflush(stdout);
       }
     }
-    proveChecks();
+    proveChecks(kWrongsAtWork, "in the copy");
+    proveAttempts();
+    // So that there is one of each that nothing cuts off.
+    for (const char* name : {"task-7", "night"}) command({MESK_BIN "/meskctl", "--store", store_, "run", name});
     drain();
-    check("at the end");
+    check(kAtTheEnd);
     expect("no run is left open", "SELECT count(*) FROM task_history WHERE running_status IN (1, 6)", 0);
     expect("no execution is left", "SELECT count(*) FROM task_exec", 0);
+    proveChecks(kWrongsAtTheEnd, kAtTheEnd);
+    fmt::print("{} follow-ons fired, {} steps of {} runs of groups, {} messages\n",
+               value("SELECT count(*) FROM follow_on_fired"),
+               value("SELECT count(*) FROM task_history WHERE root_task_history_id <> task_history_id"),
+               value("SELECT count(*) FROM task_history WHERE task_type = 2"), value("SELECT count(*) FROM outbox"));
     // A campaign that killed nothing at work, or claimed nothing, shows nothing.
     if (value("SELECT count(*) FROM run_claim") < kills_) throw std::runtime_error("too little load to show anything");
   }
 
-  /// Shows that the checks see what they look for: each wrong that is planted in a copy of the store must be found.
-  void proveChecks() {
+ private:
+  static constexpr const char* kAtTheEnd = "at the end";
+
+  /// A wrong that is planted in a copy of the store, and the check that must find it; any, when that is empty.
+  struct Wrong {
+    const char* what;
+    const char* sql;
+    const char* check = "";
+  };
+
+  static inline const std::vector<Wrong> kWrongsAtWork{
+      {"a claim without a record",
+       "DELETE FROM task_history WHERE task_history_id = (SELECT max(task_history_id) FROM run_claim)"},
+      {"an instant without a claim",
+       "DELETE FROM run_claim WHERE instant_ms = (SELECT min(instant_ms) + 60000 FROM run_claim)"},
+      {"a record with two claims",
+       "UPDATE run_claim SET task_history_id = (SELECT min(task_history_id) FROM run_claim)"},
+      {"a result without a record", "UPDATE task_result SET task_history_id = -7"},
+      {"an execution without a task", "UPDATE task_exec SET task_id = -7"},
+      {"a record without a snapshot", "DELETE FROM task_snapshot"},
+      {"a wrong count", "UPDATE task SET number_of_executions = 99"},
+      {"a rule without its next execution", "DELETE FROM task_exec WHERE status IN (0, 1)"},
+      {"an open record without an execution",
+       "UPDATE task_history SET running_status = 1 WHERE task_history_id = (SELECT min(task_history_id)"
+       " FROM task_history WHERE running_status = 2)"}};
+
+  static inline const std::vector<Wrong> kWrongsAtTheEnd{
+      {"an end that fired nothing",
+       "DELETE FROM follow_on_fired WHERE task_history_id = (SELECT max(task_history_id) FROM follow_on_fired)",
+       "each end fired its follow-on actions"},
+      {"an action that fired at the wrong end",
+       "UPDATE follow_on_action SET follow_on_condition = 2 - (follow_on_condition = 2)", "follow-on actions"},
+      {"an action of a run that never was",
+       "INSERT INTO follow_on_fired SELECT -7, follow_on_action_id, task_id, suffix, -7 FROM follow_on_fired LIMIT 1",
+       "nothing else fired"},
+      {"a follow-on that ran twice",
+       "UPDATE task_history SET invocation_method = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+       " task_history WHERE invocation_method = 0)",
+       "each follow-on was one run"},
+      {"a follow-on that never ran",
+       "UPDATE task_history SET invocation_method = 2 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+       " task_history WHERE invocation_method = 3)",
+       "each follow-on was one run"},
+      {"a step that ran twice",
+       "UPDATE task_history SET task_id = (SELECT task_id FROM task WHERE task_name = 'step-5') WHERE task_id ="
+       " (SELECT task_id FROM task WHERE task_name = 'step-6')",
+       "each step has one record"},
+      {"a step that was left out",
+       "UPDATE task_history SET root_task_history_id = task_history_id WHERE task_history_id = (SELECT"
+       " max(task_history_id) FROM task_history WHERE task_name = 'step-4' AND root_task_history_id IN (SELECT"
+       " task_history_id FROM task_history WHERE running_status = 2 AND task_type = 2))",
+       "each group that succeeded"},
+      {"a group that succeeded with a step that failed",
+       "UPDATE task_history SET running_status = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+       " task_history WHERE task_name = 'step-4' AND root_task_history_id IN (SELECT task_history_id FROM task_history"
+       " WHERE running_status = 2 AND task_type = 2))",
+       "each group that succeeded"},
+      {"a group that failed without reason",
+       "UPDATE task_history SET running_status = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+       " task_history WHERE running_status = 2 AND task_type = 2 AND root_task_history_id = task_history_id)",
+       "each group that failed"},
+      {"a step out of its turn",
+       "UPDATE task_history SET start_time = start_time - 600000 WHERE task_history_id = (SELECT max(task_history_id)"
+       " FROM task_history WHERE task_name = 'step-4')",
+       "each stage began after the one before"},
+      {"a run that no statistic counts",
+       "UPDATE task_statistic SET total_successful_executions ="
+       " total_successful_executions - 1 WHERE task_id = (SELECT task_id FROM task WHERE task_name = 'task-1')",
+       "the statistics say what the records say"},
+      {"a run that a statistic counts twice",
+       "UPDATE task_statistic SET total_row_count = total_row_count + 3 WHERE total_row_count > 0",
+       "the statistics say what the records say"},
+      {"a wrong fastest run", "UPDATE task_statistic SET fastest_execution = fastest_execution - 1",
+       "the statistics say what the records say"},
+      {"a wrong largest run", "UPDATE task_statistic SET largest_execution_row_count = largest_execution_row_count + 1",
+       "the statistics say what the records say"},
+      {"a task without a statistic",
+       "DELETE FROM task_statistic WHERE task_id = (SELECT max(task_id)"
+       " FROM task_statistic)",
+       "the statistics say what the records say"},
+      {"a message that was lost", "DELETE FROM outbox WHERE outbox_id = (SELECT max(outbox_id) FROM outbox)",
+       "each end put its message into the box"}};
+
+  /// Shows that the checks see what they look for: each wrong must be found.
+  void proveChecks(const std::vector<Wrong>& wrongs, const std::string& when) {
     const std::string good = store_;
-    const std::vector<std::pair<const char*, const char*>> wrongs{
-        {"a claim without a record",
-         "DELETE FROM task_history WHERE task_history_id = (SELECT max(task_history_id) FROM run_claim)"},
-        {"an instant without a claim",
-         "DELETE FROM run_claim WHERE instant_ms = (SELECT min(instant_ms) + 60000 FROM run_claim)"},
-        {"a record with two claims",
-         "UPDATE run_claim SET task_history_id = (SELECT min(task_history_id) FROM run_claim)"},
-        {"a result without a record", "UPDATE task_result SET task_history_id = -7"},
-        {"an execution without a task", "UPDATE task_exec SET task_id = -7"},
-        {"a record without a snapshot", "DELETE FROM task_snapshot"},
-        {"a wrong count", "UPDATE task SET number_of_executions = 99"},
-        {"a rule without its next execution", "DELETE FROM task_exec WHERE status IN (0, 1)"},
-        {"an open record without an execution",
-         "UPDATE task_history SET running_status = 1 WHERE task_history_id = (SELECT min(task_history_id)"
-         " FROM task_history WHERE running_status = 2)"}};
-    for (const auto& [what, sql] : wrongs) {
+    for (const Wrong& wrong : wrongs) {
       store_ = folder_ + "/wrong.mesk";
       shell(fmt::format("sqlite3 '{}' \".backup '{}'\"", good, store_));
-      query(std::string("PRAGMA foreign_keys = off; ") + sql);
-      bool found = false;
+      query(std::string("PRAGMA foreign_keys = off; ") + wrong.sql);
+      std::string found;
       try {
-        check("in the copy");
-      } catch (const std::exception&) {
-        found = true;
+        check(when);
+      } catch (const std::exception& error) {
+        found = error.what();
       }
-      if (!found) throw std::runtime_error(fmt::format("the checks do not find {}", what));
+      if (found.empty()) throw std::runtime_error(fmt::format("the checks do not find {}", wrong.what));
+      if (found.find(wrong.check) == std::string::npos) {
+        throw std::runtime_error(fmt::format("{} was found by another check: {}", wrong.what, found));
+      }
       std::filesystem::remove(store_);
     }
     store_ = good;
+  }
+
+  void proveAttempts() {
     std::ofstream(folder_ + "/attempts", std::ios::app) << "twice\ntwice\n";
     bool found = false;
     try {
@@ -154,7 +238,6 @@ class Campaign {
     shell(fmt::format("sed -i '/^twice$/d' '{}/attempts'", folder_));
   }
 
- private:
   void writeTasks() {
     // The zone has no part in this: what is stored are moments.
     ::setenv("TZ", "UTC", 1);
@@ -166,18 +249,48 @@ class Campaign {
     std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &broken);
     std::ofstream file(folder_ + "/tasks.yaml");
     file << "mesk: 1\ntasks:\n";
-    const auto task = [&](int i, const char* script, const char* more) {
+    const auto task = [&](const std::string& name, const std::string& script, const std::string& more) {
       file << fmt::format(
-          "  - name: task-{}\n    script: |\n      echo \"$MESK_RUN-$MESK_ATTEMPT\" >>'{}/attempts'\n      {}\n"
-          "    missed: all\n{}    schedule:\n      - {{every: 1 minute, start: {}}}\n",
-          i, folder_, script, more, text.data());
+          "  - name: {}\n    script: |\n      echo \"$MESK_RUN-$MESK_ATTEMPT\" >>'{}/attempts'\n      {}\n{}", name,
+          folder_, script, more);
     };
-    task(1, "true", "");
-    task(2, "true", "    interrupted: rerun\n");
-    task(3, "test $MESK_ATTEMPT -gt 1", "    retry: {count: 1, interval: 0s}\n");
-    task(4, "exec sleep 0.2", "");
-    task(5, "exec sleep 0.5", "    interrupted: rerun\n");
-    task(6, "head -c 100000 /dev/zero | tr '\\0' x", "");
+    const std::string always =
+        fmt::format("    missed: all\n    schedule:\n      - {{every: 1 minute, start: {}}}\n", text.data());
+    const auto scheduled = [&](const std::string& name, const std::string& script, const std::string& more) {
+      task(name, script, more + always);
+      scheduled_.push_back(name);
+    };
+    scheduled("task-1", "true", "");
+    scheduled("task-2", "true", "    interrupted: rerun\n");
+    scheduled("task-3", "test $MESK_ATTEMPT -gt 1", "    retry: {count: 1, interval: 0s}\n");
+    scheduled("task-4", "exec sleep 0.2", "");
+    scheduled("task-5", "exec sleep 0.5", "    interrupted: rerun\n");
+    scheduled("task-6", "head -c 100000 /dev/zero | tr '\\0' x", "");
+    // Chains, messages, success codes, rows.
+    task("chain-3", "true", "");
+    task("chain-2", "echo rows=$((MESK_RUN % 5)) >\"$MESK_COUNTS\"", "    follow-ons: [{on: success, run: chain-3}]\n");
+    task("chain-1", "exit $((MESK_RUN % 2))",
+         "    follow-ons: [{on: end, run: chain-2}, {on: failure, run: chain-4}]\n");
+    task("chain-4", "true", "");
+    scheduled("task-7", "exit $((MESK_RUN % 3))",
+              "    success: [\"< 2\"]\n"
+              "    follow-ons: [{on: success, run: chain-1}, {on: failure, run: chain-5}]\n"
+              "    notifications: [{on: end, by: email, to: [ops@example.com], subject: \"${task}\"}]\n");
+    task("chain-5", "true", "");
+    // Groups, one in the other.
+    task("step-1", "true", "");
+    task("step-2", "exec sleep 0.1", "");
+    task("step-3", "test $MESK_ATTEMPT -gt 1", "    retry: {count: 1, interval: 0s}\n");
+    task("step-4", "echo rows=3 >\"$MESK_COUNTS\"", "    follow-ons: [{on: end, run: chain-6}]\n");
+    task("chain-6", "true", "");
+    task("step-5", "true", "");
+    task("step-6", "true", "    interrupted: rerun\n");
+    const auto group = [&](const std::string& name, const std::string& steps, const std::string& more) {
+      file << fmt::format("  - name: {}\n    type: group\n    steps: [{}]\n{}", name, steps, more);
+    };
+    group("inner", "step-5, step-6", "");
+    group("night", "step-1, [step-2, step-3], inner, step-4", always);
+    scheduled_.emplace_back("night");
   }
 
   void command(const std::vector<std::string>& words, int patience = kPatienceMillis) {
@@ -225,8 +338,7 @@ class Campaign {
 
   /// Lets a last meskd settle everything: no new instants, every open run to its end.
   void drain() {
-    for (int i = 1; i <= 6; ++i)
-      command({MESK_BIN "/meskctl", "--store", store_, "disable", fmt::format("task-{}", i)});
+    for (const std::string& name : scheduled_) command({MESK_BIN "/meskctl", "--store", store_, "disable", name});
     command({MESK_BIN "/meskd", "--store", store_, "--exit-when-idle", "--limit", "8"}, kDrainMillis);
   }
 
@@ -249,7 +361,7 @@ class Campaign {
            "SELECT count(*) FROM (SELECT min(instant_ms) AS first FROM run_claim GROUP BY schedule_event_id)"
            " WHERE first <> (SELECT min(instant_ms) FROM run_claim)",
            0);
-    if (when != "at the end") {
+    if (when != kAtTheEnd) {
       expect("each rule has its next execution",
              "SELECT count(*) FROM schedule_event r WHERE (SELECT count(*) FROM task_exec e WHERE"
              " e.schedule_event_id = r.schedule_event_id AND e.status IN (0, 1) AND e.task_history_id = -1) <> 1",
@@ -258,7 +370,7 @@ class Campaign {
     expect("what runs, or waits for a retry, has its execution",
            "SELECT count(*) FROM task_history h WHERE h.running_status IN (1, 6) AND (SELECT count(*) FROM task_exec e"
            " WHERE e.task_history_id = h.task_history_id"
-           " AND (e.status = 2) = (h.running_status = 1)) <> 1",
+           " AND (e.status IN (2, 3)) = (h.running_status = 1)) <> 1",
            0);
     expect("each running execution has its record",
            "SELECT count(*) FROM task_exec e WHERE e.task_history_id <> -1 AND NOT EXISTS (SELECT 1 FROM task_history h"
@@ -280,8 +392,116 @@ class Campaign {
            "SELECT count(*) FROM task t WHERE t.number_of_executions <> (SELECT count(*) FROM task_history h WHERE"
            " h.task_id = t.task_id AND h.running_status IN (1, 6))",
            0);
+    checkFollowOns();
+    checkGroups();
+    checkStatistics();
     const std::string twice = shell(fmt::format("sort '{}/attempts' 2>/dev/null | uniq -d", folder_));
     if (!twice.empty()) throw std::runtime_error(when + ": these attempts ran twice: " + twice);
+  }
+
+  void checkFollowOns() {
+    // What should have fired: for each run that has ended, the actions of its task whose condition holds.
+    const std::string due =
+        "SELECT h.task_history_id, a.follow_on_action_id, f.task_id, f.suffix FROM task_history h JOIN "
+        "follow_on_action a"
+        " ON a.parent_task_id = h.task_id AND a.parent_suffix = h.suffix JOIN follow_on_task f USING"
+        " (follow_on_action_id) WHERE h.running_status IN (2, 3, 5, 7) AND (a.follow_on_condition = 0 OR"
+        " (a.follow_on_condition = 1) = (h.running_status = 2))";
+    const std::string fired = "SELECT task_history_id, follow_on_action_id, task_id, suffix FROM follow_on_fired";
+    expect("each end fired its follow-on actions", fmt::format("SELECT count(*) FROM ({} EXCEPT {})", due, fired), 0);
+    expect("nothing else fired: follow-on actions", fmt::format("SELECT count(*) FROM ({} EXCEPT {})", fired, due), 0);
+    expect("each follow-on was one run",
+           "SELECT count(*) FROM task t WHERE (SELECT count(*) FROM follow_on_fired f WHERE f.task_id = t.task_id) <>"
+           " (SELECT count(*) FROM task_history h WHERE h.task_id = t.task_id AND h.invocation_method = 3) +"
+           " (SELECT count(*) FROM task_exec e WHERE e.task_id = t.task_id AND e.started_by_run_now = 2 AND"
+           " e.parent_grouping_task_exec_id = -1 AND e.task_history_id = -1)",
+           0);
+    expect("each end put its message into the box",
+           "SELECT count(*) FROM (SELECT h.task_history_id FROM task_history h JOIN notification_action a ON"
+           " a.parent_task_id = h.task_id WHERE h.running_status IN (2, 3, 5, 7) EXCEPT SELECT task_history_id FROM"
+           " outbox)",
+           0);
+    expect("nothing else is in the box",
+           "SELECT count(*) FROM (SELECT task_history_id FROM outbox EXCEPT SELECT task_history_id FROM task_history"
+           " WHERE running_status IN (2, 3, 5, 7))",
+           0);
+  }
+
+  void checkGroups() {
+    const std::string steps = "(SELECT * FROM task_history WHERE root_task_history_id <> task_history_id)";
+    expect(
+        "each step has one record in its group's run",
+        "SELECT count(*) FROM (SELECT 1 FROM " + steps + " GROUP BY root_task_history_id, task_id HAVING count(*) > 1)",
+        0);
+    expect("each step belongs to a run of its group",
+           "SELECT count(*) FROM " + steps +
+               " s WHERE NOT EXISTS (SELECT 1 FROM task_history g JOIN task_group_member m ON m.task_id = g.task_id"
+               " WHERE g.task_history_id = s.root_task_history_id AND m.member_task_id = s.task_id)",
+           0);
+    expect(
+        "each execution of a step has that of its group",
+        "SELECT count(*) FROM task_exec e JOIN task_history h USING (task_history_id) WHERE"
+        " h.root_task_history_id <> h.task_history_id AND NOT EXISTS (SELECT 1 FROM task_exec g WHERE g.task_exec_id ="
+        " e.parent_grouping_task_exec_id AND g.task_history_id = h.root_task_history_id AND g.status IN (2, 3))",
+        0);
+    expect("no group has ended before its steps",
+           "SELECT count(*) FROM " + steps +
+               " s JOIN task_history g ON g.task_history_id = s.root_task_history_id WHERE"
+               " s.running_status IN (1, 6) AND g.running_status <> 1",
+           0);
+    const std::string good = "(SELECT count(*) FROM " + steps +
+                             " s WHERE s.root_task_history_id = g.task_history_id AND s.running_status = 2)";
+    const std::string members = "(SELECT count(*) FROM task_group_member m WHERE m.task_id = g.task_id)";
+    expect("each group that succeeded has all its steps, and all succeeded",
+           "SELECT count(*) FROM task_history g WHERE g.task_type = 2 AND g.running_status = 2 AND " + good + " <> " +
+               members,
+           0);
+    expect("each group that failed has a step that did",
+           "SELECT count(*) FROM task_history g WHERE g.task_type = 2 AND g.running_status = 3 AND NOT EXISTS (SELECT 1"
+           " FROM " +
+               steps + " s WHERE s.root_task_history_id = g.task_history_id AND s.running_status IN (3, 5, 7))",
+           0);
+    expect("a group runs, succeeds or fails, or was missed",
+           "SELECT count(*) FROM task_history WHERE task_type = 2 AND running_status NOT IN (1, 2, 3, 4)", 0);
+    const std::string staged =
+        "(SELECT h.*, CASE task_name WHEN 'step-1' THEN 1 WHEN 'step-5' THEN 1 WHEN 'step-4' THEN 4 WHEN 'inner' THEN 3"
+        " ELSE 2 END AS stage FROM " +
+        steps + " h)";
+    expect("each stage began after the one before had ended",
+           "SELECT count(*) FROM " + staged + " late JOIN " + staged +
+               " early ON early.root_task_history_id = late.root_task_history_id AND early.stage < late.stage WHERE"
+               " early.end_time IS NULL OR early.end_time > late.start_time OR early.running_status <> 2",
+           0);
+  }
+
+  void checkStatistics() {
+    const std::string ended = "(SELECT * FROM task_history WHERE running_status IN (2, 3, 5, 7))";
+    // The run of a task that comes first in this order, as a statistic remembers it.
+    const auto run = [&](const std::string& which, const std::string& order) {
+      return fmt::format(
+          "(s.{0}_execution, s.{0}_execution_elapsed_time, s.{0}_execution_row_count, s.{0}_execution_byte_count) IS "
+          "NOT"
+          " (SELECT start_time, duration, row_count, byte_count FROM {1} r WHERE r.task_id = h.task_id ORDER BY {2}"
+          " LIMIT 1)",
+          which, ended, order);
+    };
+    expect(
+        "the statistics say what the records say",
+        "SELECT count(*) FROM (SELECT task_id, sum(running_status = 2) AS good, sum(running_status <> 2) AS bad,"
+        " sum(duration) AS elapsed, sum(row_count) AS total_rows, sum(byte_count) AS bytes, min(start_time) AS first"
+        " FROM " +
+            ended +
+            " GROUP BY task_id) h LEFT JOIN task_statistic s ON s.task_id = h.task_id WHERE"
+            " s.task_id IS NULL OR (s.total_successful_executions, s.total_failed_executions, s.total_elapsed_time,"
+            " s.total_row_count, s.total_byte_count, s.first_execution) IS NOT (h.good, h.bad, h.elapsed, h.total_rows,"
+            " h.bytes, h.first) OR " +
+            run("last", "start_time DESC") + " OR " + run("fastest", "duration, start_time") + " OR " +
+            run("slowest", "duration DESC, start_time") + " OR " +
+            run("largest", "row_count DESC, byte_count DESC, start_time") + " OR " +
+            run("smallest", "row_count, byte_count, start_time"),
+        0);
+    expect("no task has a statistic that did not run",
+           "SELECT count(*) FROM task_statistic WHERE task_id NOT IN (SELECT task_id FROM " + ended + ")", 0);
   }
 
   void expect(const std::string& claim, const std::string& sql, long wanted) {
@@ -317,7 +537,8 @@ class Campaign {
   std::string folder_;
   std::string store_;
   std::string when_;
-  std::int64_t begin_ = 0;  ///< the first instant of the rules, in milliseconds
+  std::vector<std::string> scheduled_;  ///< names of the tasks with a rule
+  std::int64_t begin_ = 0;              ///< the first instant of the rules, in milliseconds
 };
 
 }  // namespace
