@@ -78,6 +78,87 @@ int reap(const Process& process) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+constexpr const char* kAtTheEnd = "at the end";
+
+/// A wrong that is planted in a copy of the store, and the check that must find it; any, when that is empty.
+struct Wrong {
+  const char* what;
+  const char* sql;
+  const char* check = "";
+};
+
+const std::vector<Wrong> kWrongsAtWork{
+    {"a claim without a record",
+     "DELETE FROM task_history WHERE task_history_id = (SELECT max(task_history_id) FROM run_claim)"},
+    {"an instant without a claim",
+     "DELETE FROM run_claim WHERE instant_ms = (SELECT min(instant_ms) + 60000 FROM run_claim)"},
+    {"a record with two claims", "UPDATE run_claim SET task_history_id = (SELECT min(task_history_id) FROM run_claim)"},
+    {"a result without a record", "UPDATE task_result SET task_history_id = -7"},
+    {"an execution without a task", "UPDATE task_exec SET task_id = -7"},
+    {"a record without a snapshot", "DELETE FROM task_snapshot"},
+    {"a wrong count", "UPDATE task SET number_of_executions = 99"},
+    {"a rule without its next execution", "DELETE FROM task_exec WHERE status IN (0, 1)"},
+    {"an open record without an execution",
+     "UPDATE task_history SET running_status = 1 WHERE task_history_id = (SELECT min(task_history_id)"
+     " FROM task_history WHERE running_status = 2)"}};
+
+const std::vector<Wrong> kWrongsAtTheEnd{
+    {"an end that fired nothing",
+     "DELETE FROM follow_on_fired WHERE task_history_id = (SELECT max(task_history_id) FROM follow_on_fired)",
+     "each end fired its follow-on actions"},
+    {"an action that fired at the wrong end",
+     "UPDATE follow_on_action SET follow_on_condition = 2 - (follow_on_condition = 2)", "follow-on actions"},
+    {"an action of a run that never was",
+     "INSERT INTO follow_on_fired SELECT -7, follow_on_action_id, task_id, suffix, -7 FROM follow_on_fired LIMIT 1",
+     "nothing else fired"},
+    {"a follow-on that ran twice",
+     "UPDATE task_history SET invocation_method = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+     " task_history WHERE invocation_method = 0)",
+     "each follow-on was one run"},
+    {"a follow-on that never ran",
+     "UPDATE task_history SET invocation_method = 2 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+     " task_history WHERE invocation_method = 3)",
+     "each follow-on was one run"},
+    {"a step that ran twice",
+     "UPDATE task_history SET task_id = (SELECT task_id FROM task WHERE task_name = 'step-5') WHERE task_id ="
+     " (SELECT task_id FROM task WHERE task_name = 'step-6')",
+     "each step has one record"},
+    {"a step that was left out",
+     "UPDATE task_history SET root_task_history_id = task_history_id WHERE task_history_id = (SELECT"
+     " max(task_history_id) FROM task_history WHERE task_name = 'step-4' AND root_task_history_id IN (SELECT"
+     " task_history_id FROM task_history WHERE running_status = 2 AND task_type = 2))",
+     "each group that succeeded"},
+    {"a group that succeeded with a step that failed",
+     "UPDATE task_history SET running_status = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+     " task_history WHERE task_name = 'step-4' AND root_task_history_id IN (SELECT task_history_id FROM task_history"
+     " WHERE running_status = 2 AND task_type = 2))",
+     "each group that succeeded"},
+    {"a group that failed without reason",
+     "UPDATE task_history SET running_status = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
+     " task_history WHERE running_status = 2 AND task_type = 2 AND root_task_history_id = task_history_id)",
+     "each group that failed"},
+    {"a step out of its turn",
+     "UPDATE task_history SET start_time = start_time - 600000 WHERE task_history_id = (SELECT max(task_history_id)"
+     " FROM task_history WHERE task_name = 'step-4')",
+     "each stage began after the one before"},
+    {"a run that no statistic counts",
+     "UPDATE task_statistic SET total_successful_executions ="
+     " total_successful_executions - 1 WHERE task_id = (SELECT task_id FROM task WHERE task_name = 'task-1')",
+     "the statistics say what the records say"},
+    {"a run that a statistic counts twice",
+     "UPDATE task_statistic SET total_row_count = total_row_count + 3 WHERE total_row_count > 0",
+     "the statistics say what the records say"},
+    {"a wrong fastest run", "UPDATE task_statistic SET fastest_execution = fastest_execution - 1",
+     "the statistics say what the records say"},
+    {"a wrong largest run", "UPDATE task_statistic SET largest_execution_row_count = largest_execution_row_count + 1",
+     "the statistics say what the records say"},
+    {"a task without a statistic",
+     "DELETE FROM task_statistic WHERE task_id = (SELECT max(task_id)"
+     " FROM task_statistic)",
+     "the statistics say what the records say"},
+    {"a message that was lost", "DELETE FROM outbox WHERE outbox_id = (SELECT max(outbox_id) FROM outbox)",
+     "each end put its message into the box"}};
+
 class Campaign {
  public:
   Campaign(int kills, unsigned seed) : kills_(kills), random_(seed) {
@@ -122,88 +203,6 @@ class Campaign {
   }
 
  private:
-  static constexpr const char* kAtTheEnd = "at the end";
-
-  /// A wrong that is planted in a copy of the store, and the check that must find it; any, when that is empty.
-  struct Wrong {
-    const char* what;
-    const char* sql;
-    const char* check = "";
-  };
-
-  static inline const std::vector<Wrong> kWrongsAtWork{
-      {"a claim without a record",
-       "DELETE FROM task_history WHERE task_history_id = (SELECT max(task_history_id) FROM run_claim)"},
-      {"an instant without a claim",
-       "DELETE FROM run_claim WHERE instant_ms = (SELECT min(instant_ms) + 60000 FROM run_claim)"},
-      {"a record with two claims",
-       "UPDATE run_claim SET task_history_id = (SELECT min(task_history_id) FROM run_claim)"},
-      {"a result without a record", "UPDATE task_result SET task_history_id = -7"},
-      {"an execution without a task", "UPDATE task_exec SET task_id = -7"},
-      {"a record without a snapshot", "DELETE FROM task_snapshot"},
-      {"a wrong count", "UPDATE task SET number_of_executions = 99"},
-      {"a rule without its next execution", "DELETE FROM task_exec WHERE status IN (0, 1)"},
-      {"an open record without an execution",
-       "UPDATE task_history SET running_status = 1 WHERE task_history_id = (SELECT min(task_history_id)"
-       " FROM task_history WHERE running_status = 2)"}};
-
-  static inline const std::vector<Wrong> kWrongsAtTheEnd{
-      {"an end that fired nothing",
-       "DELETE FROM follow_on_fired WHERE task_history_id = (SELECT max(task_history_id) FROM follow_on_fired)",
-       "each end fired its follow-on actions"},
-      {"an action that fired at the wrong end",
-       "UPDATE follow_on_action SET follow_on_condition = 2 - (follow_on_condition = 2)", "follow-on actions"},
-      {"an action of a run that never was",
-       "INSERT INTO follow_on_fired SELECT -7, follow_on_action_id, task_id, suffix, -7 FROM follow_on_fired LIMIT 1",
-       "nothing else fired"},
-      {"a follow-on that ran twice",
-       "UPDATE task_history SET invocation_method = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
-       " task_history WHERE invocation_method = 0)",
-       "each follow-on was one run"},
-      {"a follow-on that never ran",
-       "UPDATE task_history SET invocation_method = 2 WHERE task_history_id = (SELECT max(task_history_id) FROM"
-       " task_history WHERE invocation_method = 3)",
-       "each follow-on was one run"},
-      {"a step that ran twice",
-       "UPDATE task_history SET task_id = (SELECT task_id FROM task WHERE task_name = 'step-5') WHERE task_id ="
-       " (SELECT task_id FROM task WHERE task_name = 'step-6')",
-       "each step has one record"},
-      {"a step that was left out",
-       "UPDATE task_history SET root_task_history_id = task_history_id WHERE task_history_id = (SELECT"
-       " max(task_history_id) FROM task_history WHERE task_name = 'step-4' AND root_task_history_id IN (SELECT"
-       " task_history_id FROM task_history WHERE running_status = 2 AND task_type = 2))",
-       "each group that succeeded"},
-      {"a group that succeeded with a step that failed",
-       "UPDATE task_history SET running_status = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
-       " task_history WHERE task_name = 'step-4' AND root_task_history_id IN (SELECT task_history_id FROM task_history"
-       " WHERE running_status = 2 AND task_type = 2))",
-       "each group that succeeded"},
-      {"a group that failed without reason",
-       "UPDATE task_history SET running_status = 3 WHERE task_history_id = (SELECT max(task_history_id) FROM"
-       " task_history WHERE running_status = 2 AND task_type = 2 AND root_task_history_id = task_history_id)",
-       "each group that failed"},
-      {"a step out of its turn",
-       "UPDATE task_history SET start_time = start_time - 600000 WHERE task_history_id = (SELECT max(task_history_id)"
-       " FROM task_history WHERE task_name = 'step-4')",
-       "each stage began after the one before"},
-      {"a run that no statistic counts",
-       "UPDATE task_statistic SET total_successful_executions ="
-       " total_successful_executions - 1 WHERE task_id = (SELECT task_id FROM task WHERE task_name = 'task-1')",
-       "the statistics say what the records say"},
-      {"a run that a statistic counts twice",
-       "UPDATE task_statistic SET total_row_count = total_row_count + 3 WHERE total_row_count > 0",
-       "the statistics say what the records say"},
-      {"a wrong fastest run", "UPDATE task_statistic SET fastest_execution = fastest_execution - 1",
-       "the statistics say what the records say"},
-      {"a wrong largest run", "UPDATE task_statistic SET largest_execution_row_count = largest_execution_row_count + 1",
-       "the statistics say what the records say"},
-      {"a task without a statistic",
-       "DELETE FROM task_statistic WHERE task_id = (SELECT max(task_id)"
-       " FROM task_statistic)",
-       "the statistics say what the records say"},
-      {"a message that was lost", "DELETE FROM outbox WHERE outbox_id = (SELECT max(outbox_id) FROM outbox)",
-       "each end put its message into the box"}};
-
   /// Shows that the checks see what they look for: each wrong must be found.
   void proveChecks(const std::vector<Wrong>& wrongs, const std::string& when) {
     const std::string good = store_;
