@@ -19,7 +19,7 @@ struct TaskKey {
   long long id = 0;
   int suffix = 0;
 
-  auto operator<=>(const TaskKey&) const = default;
+  auto operator<=>(const TaskKey&) const = default;  // NOLINT(modernize-use-nullptr): no pointer is compared
 };
 
 /// The store's Administration on a session. Each operation is part of the session's transaction; what fails is thrown

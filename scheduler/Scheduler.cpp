@@ -751,94 +751,97 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, std::option
   FollowOns::Fired fired;
   Notifications::Told told;
   int queued = 0;
-  const StatisticsLatched latched;
-  transact([&] {
-    int rc = 0;
-    int sqlCode = 0;
-    const auto task = this->task(*exec);
-    const RunningStatus outcome = known ? *known : outcomeOf(session_, *task, status);
-    MDTaskHistoryType home(ctx, session_.context(), rc, sqlCode);
-    const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), id.run, rc, sqlCode));
-    session_.check(rc, sqlCode, fmt::format("reading run {}", id.run));
-    const std::int64_t ended = status.endedMillis;
-    const std::int64_t started =
-        status.startedMillis != 0 ? status.startedMillis : session_.millis(history->getStart(ctx)).value_or(ended);
-    auto startStamp = session_.timestamp(started);
-    auto endStamp = session_.timestamp(ended);
+  {
+    const StatisticsLatched latched;
+    transact([&] {
+      int rc = 0;
+      int sqlCode = 0;
+      const auto task = this->task(*exec);
+      const RunningStatus outcome = known ? *known : outcomeOf(session_, *task, status);
+      MDTaskHistoryType home(ctx, session_.context(), rc, sqlCode);
+      const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), id.run, rc, sqlCode));
+      session_.check(rc, sqlCode, fmt::format("reading run {}", id.run));
+      const std::int64_t ended = status.endedMillis;
+      const std::int64_t started =
+          status.startedMillis != 0 ? status.startedMillis : session_.millis(history->getStart(ctx)).value_or(ended);
+      auto startStamp = session_.timestamp(started);
+      auto endStamp = session_.timestamp(ended);
 
-    MDTaskResult result(ctx, session_.context(), rc, sqlCode);
-    session_.check(rc, sqlCode, "making a result record");
-    result.setPartitionID(ctx, id.attempt);
-    result.setReturnCode(ctx, status.returnCode);
-    result.setRunningStatus(ctx, outcome);
-    result.setStart(ctx, &startStamp);
-    result.setEnd(ctx, &endStamp);
-    result.setDuration(ctx, seconds(ended - started));
-    const int rows = clamped(status.rows.value_or(0));
-    const int bytes = clamped(status.bytes.value_or(status.outputBytes));
-    result.setRowCount(ctx, rows);
-    result.setByteCount(ctx, bytes);
-    result.setExecutionResultsString(ctx, (output.empty() ? status.failure : output).c_str());
-    session_.check(history->addTaskResult(ctx, session_.context(), result, sqlCode), sqlCode,
-                   fmt::format("recording the result of run {}", id.run));
+      MDTaskResult result(ctx, session_.context(), rc, sqlCode);
+      session_.check(rc, sqlCode, "making a result record");
+      result.setPartitionID(ctx, id.attempt);
+      result.setReturnCode(ctx, status.returnCode);
+      result.setRunningStatus(ctx, outcome);
+      result.setStart(ctx, &startStamp);
+      result.setEnd(ctx, &endStamp);
+      result.setDuration(ctx, seconds(ended - started));
+      const int rows = clamped(status.rows.value_or(0));
+      const int bytes = clamped(status.bytes.value_or(status.outputBytes));
+      result.setRowCount(ctx, rows);
+      result.setByteCount(ctx, bytes);
+      result.setExecutionResultsString(ctx, (output.empty() ? status.failure : output).c_str());
+      session_.check(history->addTaskResult(ctx, session_.context(), result, sqlCode), sqlCode,
+                     fmt::format("recording the result of run {}", id.run));
 
-    std::string journal = output;
-    if (!status.failure.empty()) journal += (journal.empty() ? "" : "\n") + status.failure + "\n";
-    if (status.outputLost) journal += "\nSome of the output was lost: the disk was full.\n";
-    if (status.timedOut) journal += "\nEnded because its time was up.\n";
-    history->appendJournalResult(ctx, journal.c_str());
-    history->setReturnCode(ctx, status.returnCode);
-    history->setRowCount(ctx, clamped(std::int64_t{history->getRowCount(ctx)} + rows));
-    history->setByteCount(ctx, clamped(std::int64_t{history->getByteCount(ctx)} + bytes));
+      std::string journal = output;
+      if (!status.failure.empty()) journal += (journal.empty() ? "" : "\n") + status.failure + "\n";
+      if (status.outputLost) journal += "\nSome of the output was lost: the disk was full.\n";
+      if (status.timedOut) journal += "\nEnded because its time was up.\n";
+      history->appendJournalResult(ctx, journal.c_str());
+      history->setReturnCode(ctx, status.returnCode);
+      history->setRowCount(ctx, clamped(std::int64_t{history->getRowCount(ctx)} + rows));
+      history->setByteCount(ctx, clamped(std::int64_t{history->getByteCount(ctx)} + bytes));
 
-    const RunOptions options = optionsOf(session_, *task);
-    const bool failed = outcome == kRunFailed || outcome == kRunTimeUp;
-    const bool rerun = outcome == kRunInterrupted && options.interrupted == RunOptions::Interrupted::kRerun;
-    // A step has one record in its group's run. A group is not tried again: its steps are, each for itself.
-    retried = !active.group && ((failed && id.attempt <= task->getRetryCount(ctx)) || (rerun && active.parent != 0));
-    if (retried) {
-      history->setRunningStatus(ctx, kRunWaiting);
-      history->setRetryCount(ctx, id.attempt);
-      const std::int64_t again = rerun ? ended : ended + std::int64_t{task->getRetryInterval(ctx)} * 1000;
-      auto againStamp = session_.timestamp(again);
-      exec->setStatus(ctx, kExecQueued);
-      exec->setNextStartDateTime(ctx, &againStamp);
-      session_.check(exec->update(ctx, session_.context(), sqlCode), sqlCode, "queueing a retry");
+      const RunOptions options = optionsOf(session_, *task);
+      const bool failed = outcome == kRunFailed || outcome == kRunTimeUp;
+      const bool rerun = outcome == kRunInterrupted && options.interrupted == RunOptions::Interrupted::kRerun;
+      // A step has one record in its group's run. A group is not tried again: its steps are, each for itself.
+      retried = !active.group && ((failed && id.attempt <= task->getRetryCount(ctx)) || (rerun && active.parent != 0));
+      if (retried) {
+        history->setRunningStatus(ctx, kRunWaiting);
+        history->setRetryCount(ctx, id.attempt);
+        const std::int64_t again = rerun ? ended : ended + std::int64_t{task->getRetryInterval(ctx)} * 1000;
+        auto againStamp = session_.timestamp(again);
+        exec->setStatus(ctx, kExecQueued);
+        exec->setNextStartDateTime(ctx, &againStamp);
+        session_.check(exec->update(ctx, session_.context(), sqlCode), sqlCode, "queueing a retry");
+        session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode,
+                       fmt::format("recording run {}", id.run));
+        return;
+      }
+      history->setRunningStatus(ctx, outcome);
+      history->setEnd(ctx, &endStamp);
+      history->setDuration(ctx, seconds(ended - session_.millis(history->getStart(ctx)).value_or(started)));
+
+      task->decrNumberOfExecutions(ctx);
+      task->setLastEnd(ctx, &endStamp);
+      task->setLastDuration(ctx, seconds(ended - started));
+      task->setLastReturnCode(ctx, status.returnCode);
+      task->setLastSuccess(ctx, outcome == kRunSucceeded ? 1 : 0);
+      task->setLastExecutionUserID(ctx, text(exec->getUserID(ctx)).c_str());
+      task->setLastExecutionResultsString(ctx, output.c_str());
+      const bool scheduled = session_.millis(exec->getOriginalScheduleTime(ctx)).has_value();
+      if (scheduled && task->getScheduleEnable(ctx) != 0 && rescheduleStatus(*exec) == 1) queueNext(*exec, ended);
+      if (rerun) queueRerun(*exec, ended);
+      session_.check(exec->deleteIt(ctx, session_.context(), sqlCode), sqlCode, "removing an execution that has ended");
+      updateTask(*task);
+
+      const RunEnd end{*task, *exec, *history, id.run, outcome, ended, output};
+      queued = 0;
+      fired = followOns_.fire(end, [&](Execution execution, MDTask& target) {
+        ++queued;
+        successors_.push_back(execution.id);
+        queue().insert(execution.record.release(), 1);
+        updateTask(target);
+      });
+      if (!fired.results.empty()) history->setFollowOnActionResultsString(ctx, fired.results.c_str());
+      told = notifications_.tell(end);
+      if (!told.results.empty()) history->setNotificationResultsString(ctx, told.results.c_str());
       session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode,
                      fmt::format("recording run {}", id.run));
-      return;
-    }
-    history->setRunningStatus(ctx, outcome);
-    history->setEnd(ctx, &endStamp);
-    history->setDuration(ctx, seconds(ended - session_.millis(history->getStart(ctx)).value_or(started)));
-
-    task->decrNumberOfExecutions(ctx);
-    task->setLastEnd(ctx, &endStamp);
-    task->setLastDuration(ctx, seconds(ended - started));
-    task->setLastReturnCode(ctx, status.returnCode);
-    task->setLastSuccess(ctx, outcome == kRunSucceeded ? 1 : 0);
-    task->setLastExecutionUserID(ctx, text(exec->getUserID(ctx)).c_str());
-    task->setLastExecutionResultsString(ctx, output.c_str());
-    const bool scheduled = session_.millis(exec->getOriginalScheduleTime(ctx)).has_value();
-    if (scheduled && task->getScheduleEnable(ctx) != 0 && rescheduleStatus(*exec) == 1) queueNext(*exec, ended);
-    if (rerun) queueRerun(*exec, ended);
-    session_.check(exec->deleteIt(ctx, session_.context(), sqlCode), sqlCode, "removing an execution that has ended");
-    updateTask(*task);
-
-    const RunEnd end{*task, *exec, *history, id.run, outcome, ended, output};
-    queued = 0;
-    fired = followOns_.fire(end, [&](Execution execution, MDTask& target) {
-      ++queued;
-      successors_.push_back(execution.id);
-      queue().insert(execution.record.release(), 1);
-      updateTask(target);
+      addToStatistic(session_, end);
     });
-    if (!fired.results.empty()) history->setFollowOnActionResultsString(ctx, fired.results.c_str());
-    told = notifications_.tell(end);
-    if (!told.results.empty()) history->setNotificationResultsString(ctx, told.results.c_str());
-    session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", id.run));
-    addToStatistic(session_, end);
-  });
+  }
   active_.erase(id);
   if (!active.group) launcher_.forget(id);
   if (const auto parent = active_.find({active.parent, 1}); parent != active_.end()) parent->second.look = true;
@@ -894,7 +897,8 @@ void Scheduler::queueSuccessor(MDTaskExec& exec, std::int64_t start, bool schedu
   if (scheduled) {
     next->setOriginalScheduleTime(ctx, &stamp);
   } else {
-    next->setScheduleEventID(ctx, -1);
+    next->setScheduleEventID(ctx, kNone);
+    next->setSharedNamedScheduleID(ctx, kNone);
     next->setAdditionalParameters(ctx, text(exec.getAdditionalParameters(ctx)).c_str());
   }
   next->setStartTime(ctx, nullptr);

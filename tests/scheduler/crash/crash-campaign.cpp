@@ -290,6 +290,11 @@ class Campaign {
     group("inner", "step-5, step-6", "");
     group("night", "step-1, [step-2, step-3], inner, step-4", always);
     scheduled_.emplace_back("night");
+    // Short enough to come to its end between two kills.
+    task("step-7", "true", "");
+    task("step-8", "true", "    interrupted: rerun\n");
+    group("pair", "step-7, step-8", always);
+    scheduled_.emplace_back("pair");
   }
 
   void command(const std::vector<std::string>& words, int patience = kPatienceMillis) {
@@ -463,7 +468,8 @@ class Campaign {
     expect("a group runs, succeeds or fails, or was missed",
            "SELECT count(*) FROM task_history WHERE task_type = 2 AND running_status NOT IN (1, 2, 3, 4)", 0);
     const std::string staged =
-        "(SELECT h.*, CASE task_name WHEN 'step-1' THEN 1 WHEN 'step-5' THEN 1 WHEN 'step-4' THEN 4 WHEN 'inner' THEN 3"
+        "(SELECT h.*, CASE task_name WHEN 'step-1' THEN 1 WHEN 'step-5' THEN 1 WHEN 'step-7' THEN 1 WHEN 'step-4' THEN "
+        "4 WHEN 'inner' THEN 3"
         " ELSE 2 END AS stage FROM " +
         steps + " h)";
     expect("each stage began after the one before had ended",
