@@ -2,6 +2,9 @@
 //
 // Every time in Mesk comes from here, so that a test or a preview can say what time it is. A clock
 // that nobody set is the system's. Any thread may call anything here.
+//
+// What local time is follows from `TZ` alone, or while that is unset from the system's zone file: as long as those stay
+// the same, so do the answers. Whoever calls may remember them.
 #pragma once
 
 #include <cstdint>

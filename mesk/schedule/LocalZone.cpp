@@ -9,8 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
-#include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -22,6 +21,7 @@ constexpr time64 kDay = 86400;
 constexpr time64 kBeginning = std::numeric_limits<time64>::min();
 constexpr time64 kEnd = std::numeric_limits<time64>::max();
 constexpr const char* kSystemZone = "/etc/localtime";
+constexpr std::int64_t kLargestFile = 1 << 20;  ///< no zone comes near it
 
 /// After so many years days, weekdays and leap years are the same again.
 constexpr int kCycleYears = 400;
@@ -303,7 +303,11 @@ const LocalZone* LocalZone::inForce() {
   const char* const name = std::getenv("TZ");
   const LocalZone* zone = current.load(std::memory_order_acquire);
   if (zone == nullptr || !zone->isStillInForce(name)) {
-    zone = &learned(name);
+    try {
+      zone = &learned(name);
+    } catch (const std::bad_alloc&) {
+      return nullptr;
+    }
     current.store(zone, std::memory_order_release);
   }
   return zone->usable_ ? zone : nullptr;
@@ -320,7 +324,8 @@ LocalZone::Source LocalZone::sourceOf(const char* name) {
   source.named = name != nullptr;
   if (name != nullptr) source.name = name;
   struct stat file {};
-  if (::stat(name == nullptr ? kSystemZone : fileOf(name).c_str(), &file) == 0) {
+  // `TZ` may name anything: folders cannot be read, and devices may never end.
+  if (::stat(name == nullptr ? kSystemZone : fileOf(name).c_str(), &file) == 0 && S_ISREG(file.st_mode)) {
     source.device = file.st_dev;
     source.inode = file.st_ino;
     source.modified = std::int64_t{file.st_mtim.tv_sec} * 1'000'000'000 + file.st_mtim.tv_nsec;
@@ -354,9 +359,10 @@ LocalZone::LocalZone(Source source) : source_(std::move(source)) {
 }
 
 bool LocalZone::readFile(const std::string& path) {
+  if (source_.size < 0 || source_.size > kLargestFile) return false;
+  std::string data(static_cast<std::size_t>(source_.size), '\0');
   std::ifstream file(path, std::ios::binary);
-  if (!file) return false;
-  const std::string data{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (!file.read(data.data(), source_.size)) return false;
   ZoneBytes bytes(data);
   auto header = readHeader(bytes);
   if (!header || header->version < '2') return false;

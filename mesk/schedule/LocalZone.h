@@ -25,9 +25,9 @@ struct Stretch {
 class LocalZone {
  public:
   /// The zone that is in force for the process, or null when its local time does not follow a table (leap seconds,
-  /// a C library or a platform of its own mind); then the platform's conversions are to be asked. Looks at `TZ`, and
-  /// at the system's zone file while that is unset, so that a change of either is noticed. Allocates when the zone is
-  /// met for the first time, and not after that.
+  /// a C library or a platform of its own mind), or there is no memory for one; then the platform's conversions are to
+  /// be asked. Looks at `TZ`, and at the system's zone file while that is unset, so that a change of either is noticed.
+  /// Allocates only when the zone is another one than the time before.
   static const LocalZone* inForce();
 
   /// Times beyond this are nobody's schedule; `at` is not asked for them.
@@ -49,7 +49,7 @@ class LocalZone {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
     std::int64_t modified = 0;  ///< nanoseconds
-    std::int64_t size = -1;     ///< -1: there is no file
+    std::int64_t size = -1;     ///< -1: there is no ordinary file
 
     bool operator==(const Source&) const = default;
   };

@@ -8,8 +8,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <random>
 #include <set>
@@ -23,6 +25,9 @@
 #include "PlainStepping.h"
 #include "ScheduleFixture.h"
 #include "Zones.h"
+
+/// This allocation of the thread, counted down, finds no memory; 0 for none.
+static thread_local unsigned untilNoMemory = 0;
 
 namespace mesk {
 namespace {
@@ -181,13 +186,21 @@ class Dice {
   int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random_); }
   time64 spread(time64 limit) { return std::uniform_int_distribution<time64>(0, std::max<time64>(limit, 0))(random_); }
 
-  /// A moment of 1900 to 2120, mostly within two days of a change of the clocks, often on a full quarter of an hour.
+  /// A moment of 1900 to 2120, mostly within two days of a change of the clocks, often on a full quarter of an hour,
+  /// and more often than the calendar has it on a leap day.
   time64 moment() {
     constexpr time64 kFirst = -2208988800;
     time64 value = kFirst + spread(time64{220} * 365 * kDay);
     if (!changes_.empty() && below(4) != 0) {
       const ClockChange& change = changes_[static_cast<std::size_t>(below(static_cast<int>(changes_.size())))];
       value = change.at + (below(2) == 0 ? spread(4 * kDay) - 2 * kDay : spread(4 * 3600) - 2 * 3600);
+    }
+    if (below(25) == 0) {
+      std::tm leapDay{};
+      leapDay.tm_year = 4 + 4 * below(49);
+      leapDay.tm_mon = 1;
+      leapDay.tm_mday = 29;
+      value = ::timegm(&leapDay) + spread(kDay);
     }
     if (below(3) == 0) value -= value % 900;
     return value;
@@ -212,10 +225,15 @@ Tally inOwnProcess(Work work) {
   const pid_t child = ::fork();
   if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
   if (child == 0) {
-    Tally tally;
-    work(tally);
-    const bool told = ::write(ends[1], &tally, sizeof tally) == sizeof tally;
-    ::_exit(told ? 0 : 1);
+    try {
+      Tally tally;
+      work(tally);
+      const bool told = ::write(ends[1], &tally, sizeof tally) == sizeof tally;
+      ::_exit(told ? 0 : 1);
+    } catch (const std::exception& thrown) {
+      std::cerr << thrown.what() << std::endl;
+      ::_exit(2);
+    }
   }
   ::close(ends[1]);
   Tally tally;
@@ -352,6 +370,74 @@ TEST(ScheduleZonesTest, AroundEveryChangeOfEveryZoneFrom1970To2037AllTypesRunAsP
   std::cout << tally.compared() << " cases around " << changes << " changes" << std::endl;
 }
 
+// Whoever starts the program says what `TZ` is. The C library makes of it what it can.
+TEST(ScheduleZonesTest, WhereTZNamesNoZoneTheRunsAreThoseOfPlainSteppingToo) {
+  const std::string values[] = {"",
+                                ":",
+                                "Nonsense",
+                                "Europe",
+                                ":Europe",
+                                "/",
+                                ".",
+                                "../zoneinfo",
+                                "/dev/null",
+                                "/dev/zero",
+                                "/dev/fd/0",
+                                "/proc/self/mem",
+                                "EST5EDT4",
+                                "CET-1CEST",
+                                "UTC0x",
+                                "AB3",
+                                "<>3",
+                                "<+01",
+                                "AAA0BBB,M13.1.0,M1.1.0",
+                                "AAA0BBB,0/0,0/0",
+                                "AAA24BBB-24,J365/167,J1/-167",
+                                "AAA0BBB-1,J365/24,J1/0",
+                                "XXX-24:59:59",
+                                std::string(5000, 'A') + "3",
+                                "right/Europe/Berlin",
+                                "\xff\xfe"};
+  const std::uint64_t seedValue = seed();
+  Tally tally;
+  for (const std::string& value : values) {
+    SCOPED_TRACE(value.substr(0, 40));
+    tally.add(inOwnProcess([&](Tally& own) {
+      const InZone inZone(value.c_str());
+      Dice dice(seedValue, {});
+      while (own.compared() < 100) own.compare(value.substr(0, 40), dice.next());
+    }));
+  }
+  EXPECT_EQ(tally.different(), 0U) << tally.first();
+  EXPECT_EQ(tally.compared(), 100 * std::size(values));
+}
+
+TEST(ScheduleZonesTest, WithoutMemoryForAZoneTheRunIsTheSame) {
+  const Rule daily(kEveryDays, 1);
+  const time64 now = at("2024-07-01 12:00:00");
+  const time64 reference = at("2024-01-31 22:00:00");
+  bool failed = true;
+  unsigned nth = 0;
+  // A zone that was not met before, each time.
+  while (failed) {
+    const std::string zone =
+        "AA" + std::string(1 + nth % 20, 'A') + std::to_string(nth / 20 % 20) + "BBB,M3.5.0,M10.5.0";
+    const InZone inZone(zone.c_str());
+    ScheduleCalculator rule = daily;
+    const std::tm start = localTime(reference);
+    rule.setStartHour(start.tm_hour);
+    const auto expected = Stepping(rule).next(now, reference, false);
+    ASSERT_TRUE(expected);
+    untilNoMemory = ++nth;
+    const Outcome outcome = computed(rule, now, reference, 0);
+    failed = untilNoMemory == 0;
+    untilNoMemory = 0;
+    EXPECT_EQ(outcome.code, expected->code);
+    EXPECT_EQ(outcome.time, expected->time) << zone << ", allocation " << nth;
+  }
+  EXPECT_GT(nth, 3U) << "nothing was allocated";
+}
+
 // A comparison that cannot fail proves nothing.
 TEST(ScheduleZonesTest, EverySlipPlantedInThePlainSteppingIsFound) {
   const std::pair<Slip, const char*> slips[] = {
@@ -371,3 +457,11 @@ TEST(ScheduleZonesTest, EverySlipPlantedInThePlainSteppingIsFound) {
 
 }  // namespace
 }  // namespace mesk
+
+void* operator new(std::size_t bytes) {
+  void* const block = untilNoMemory != 0 && --untilNoMemory == 0 ? nullptr : std::malloc(bytes);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
