@@ -321,8 +321,8 @@ TEST_F(CtlTest, EveryCommandAnswersInJsonWhenAsked) {
   for (const Words& words :
        {Words{"apply", scratch_.at("tasks.yaml")}, Words{"export"}, Words{"list"}, Words{"show", "nightly"},
         Words{"queue"}, Words{"next", "nightly"}, Words{"run", "by-hand"}, Words{"disable", "nightly"},
-        Words{"enable", "nightly"}, Words{"history"}, Words{"log", run}, Words{"stats"}, Words{"codes"},
-        Words{"delete", "nightly", "-y"}}) {
+        Words{"enable", "nightly"}, Words{"history"}, Words{"log", run}, Words{"stats"}, Words{"schedule", "list"},
+        Words{"codes"}, Words{"delete", "nightly", "-y"}}) {
     EXPECT_TRUE(json(words).is_structured()) << words[0];
   }
 }

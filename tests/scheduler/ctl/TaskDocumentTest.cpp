@@ -31,15 +31,39 @@ TEST_F(CtlTest, TheTaskFilesOfTheDocumentsApply) {
 
 TEST_F(CtlTest, EveryKeyOfATaskFileIsInTheReference) {
   const std::string reference = contentOf(MESK_DOCS "/task-files.md");
-  const Answer answer = apply("  - {no-such-key: 1}\n");
-  const std::string listed = answer.error.substr(answer.error.find("expected one of: ") + 17);
-  std::istringstream keys(listed.substr(0, listed.find('\n')));
-  int count = 0;
-  for (std::string key; keys >> key; ++count) {
-    if (key.back() == ',') key.pop_back();
-    EXPECT_NE(reference.find("`" + key + "`"), std::string::npos) << key;
+  // A wrong key in each kind of mapping, and how many right ones there are at least.
+  const std::pair<const char*, int> mappings[] = {
+      {"no-such-key: 1", 7},
+      {"tasks: [{no-such-key: 1}]", 28},
+      {"tasks: [{name: a, type: warehouse, warehouse: {no-such-key: 1}}]", 13},
+      {"tasks: [{name: a, script: x, schedule: [{no-such-key: 1}]}]", 6},
+      {"tasks: [{name: a, script: x, retry: {no-such-key: 1}}]", 2},
+      {"tasks: [{name: a, script: x, follow-ons: [{no-such-key: 1}]}]", 4},
+      {"tasks: [{name: a, script: x, notifications: [{no-such-key: 1}]}]", 7},
+      {"tasks: [{name: a, script: x, rights: [{no-such-key: 1}]}]", 3},
+      {"users: [{no-such-key: 1}]", 3},
+      {"groups: [{no-such-key: 1}]", 2},
+      {"contacts: [{no-such-key: 1}]", 3},
+      {"contact-groups: [{no-such-key: 1}]", 2},
+      {"schedules: [{no-such-key: 1}]", 3},
+  };
+  for (const auto& [mapping, least] : mappings) {
+    const Answer answer = ctl({"apply", scratch_.write("wrong.yaml", "mesk: 1\n" + std::string(mapping) + "\n")});
+    const std::string mark = "expected one of: ";
+    const std::size_t at = answer.error.find(mark);
+    ASSERT_NE(at, std::string::npos) << mapping << answer.error;
+    const std::string listed = answer.error.substr(at + mark.size());
+    std::istringstream keys(listed.substr(0, listed.find('\n')));
+    int count = 0;
+    for (std::string key; keys >> key; ++count) {
+      if (key.back() == ',') key.pop_back();
+      // As a key in words, or as one of an example.
+      const bool told =
+          reference.find("`" + key + "`") != std::string::npos || reference.find(key + ": ") != std::string::npos;
+      EXPECT_TRUE(told) << key << " of " << mapping;
+    }
+    EXPECT_GE(count, least) << mapping;
   }
-  EXPECT_GE(count, 20);
 }
 
 }  // namespace
