@@ -34,8 +34,7 @@ class MESK_API MDTaskStatistic : public MDObject {
   void setSuffix(ThreadContext& ctx, int value);
 
   // All its runs.
-  SCTimestamp* getFirstExecution(
-      ThreadContext& ctx) const;  ///< its start; null before the first run, as every moment here
+  SCTimestamp* getFirstExecution(ThreadContext& ctx) const;  ///< a start, as every moment here; null before any run
   void setFirstExecution(ThreadContext& ctx, SCTimestamp* value);
   int getTotalSuccessfulExecutions(ThreadContext& ctx) const;
   void setTotalSuccessfulExecutions(ThreadContext& ctx, int value);

@@ -205,8 +205,7 @@ class RuleReader {
   bool failed_ = false;
 };
 
-// ---- zone files
-// ------------------------------------------------------------------------------------------------------
+// ---- zone files ---------------------------------------------------------------------------------------------------
 
 /// Reads big-endian numbers; beyond the end of the data they are 0 and the reader has failed.
 class ZoneBytes {
@@ -296,8 +295,7 @@ time64 daysFromCivil(time64 year, time64 month, time64 day) {
   return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear + day - 1 - 719468;
 }
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the table ----------------------------------------------------------------------------------------------------
 
 const LocalZone* LocalZone::inForce() {
   const char* const name = std::getenv("TZ");
@@ -453,8 +451,7 @@ Stretch LocalZone::at(time64 time, std::size_t& hint) const {
   return {begin, end, change.offset, change.summer};
 }
 
-// ---- trust
-// -----------------------------------------------------------------------------------------------------------
+// ---- trust --------------------------------------------------------------------------------------------------------
 
 bool LocalZone::agreesWithThePlatform() const {
   // The platform may not have looked at the zone yet; a conversion makes it.
@@ -524,8 +521,7 @@ bool LocalZone::agreesOnConversions() const {
   return true;
 }
 
-// ---- conversions
-// -----------------------------------------------------------------------------------------------------
+// ---- conversions --------------------------------------------------------------------------------------------------
 
 ZoneTime::ZoneTime(const LocalZone& zone, time64 reference) : zone_(zone) {
   if (isInside(reference)) guess_ = -time64{zone_.at(reference, hint_).offset};

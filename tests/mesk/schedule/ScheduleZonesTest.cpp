@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <barrier>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -18,6 +19,7 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -436,6 +438,34 @@ TEST(ScheduleZonesTest, WithoutMemoryForAZoneTheRunIsTheSame) {
     EXPECT_EQ(outcome.time, expected->time) << zone << ", allocation " << nth;
   }
   EXPECT_GT(nth, 3U) << "nothing was allocated";
+}
+
+TEST(ScheduleZonesTest, ThreadsThatMeetAZoneTogetherComputeTheSameRuns) {
+  constexpr int kThreads = 4;
+  const InZone inZone("MET-1TOG,M3.5.0,M10.5.0/3");
+  const Rule daily = Rule(kEveryDays, 1).start("2023-12-31 12:00:00");
+  const time64 noon = at("2024-01-01 12:00:00 +0100");
+  std::vector<time64> expected;
+  for (int day = 0; day < 200; ++day) {
+    const auto answer = Stepping(daily).next(noon + day * kDay, noon, false);
+    ASSERT_TRUE(answer && answer->code == 0);
+    expected.push_back(answer->time);
+  }
+  std::vector<std::vector<time64>> runs(kThreads);
+  std::barrier together(kThreads);
+  std::vector<std::thread> threads;
+  for (std::vector<time64>& own : runs) {
+    threads.emplace_back([&] {
+      together.arrive_and_wait();
+      for (int day = 0; day < 200; ++day) {
+        const ClockAt clock((noon + day * kDay) * 1000);
+        time64 time = noon;
+        own.push_back(computeNextTime(daily, time, 0) == 0 ? time : -1);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const std::vector<time64>& own : runs) EXPECT_EQ(own, expected);
 }
 
 // A comparison that cannot fail proves nothing.
