@@ -311,10 +311,10 @@ std::uint32_t equalSteps(const ScheduleCalculator& rule, const std::tm& cur, tim
 
 /// The computation, by either way of converting local times.
 template <class LocalTime>
-int nextTime(LocalTime& by, const Traced& trace, const ScheduleCalculator& rule, time64& time, int allowReference) {
+int nextTime(LocalTime& by, const Traced& trace, const ScheduleCalculator& rule, time64 now, time64& time,
+             int allowReference) {
   std::tm cur{};
   if (!by.breakDown(time, cur)) return trace.exit(kNotConvertible);
-  const time64 now = _time64(nullptr);
 
   std::tm start{};
   time64 startTime = 0;
@@ -387,18 +387,19 @@ int ScheduleCalculator::setEndDay(const int& value) { return setChecked(endDay, 
 
 int computeNextTime(const ScheduleCalculator& rule, time64& time, int allowReference) {
   const Traced trace(kComputeNextTime);
+  const time64 now = _time64(nullptr);
   // The table gives what the platform would, in a fraction of the time. A trace is to show each step, one by one.
   if (const LocalZone* const zone = Traced::on() ? nullptr : LocalZone::inForce()) {
     ZoneTime byTable(*zone, time);
     time64 next = time;
-    const int code = nextTime(byTable, trace, rule, next, allowReference);
+    const int code = nextTime(byTable, trace, rule, now, next, allowReference);
     if (!byTable.outside()) {
       time = next;
       return code;
     }
   }
   PlatformTime byPlatform;
-  return nextTime(byPlatform, trace, rule, time, allowReference);
+  return nextTime(byPlatform, trace, rule, now, time, allowReference);
 }
 
 }  // namespace mesk
