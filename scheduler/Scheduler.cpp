@@ -13,6 +13,7 @@
 #include <mesk/history/MDTaskResult.h>
 #include <mesk/queue/MDTaskExecType.h>
 #include <mesk/schedule/MDScheduleEvent.h>
+#include <mesk/schedule/MDSharedNamedSchedule.h>
 #include <mesk/tasks/MDTaskType.h>
 #include <platform/Clock.h>
 #include <scheduler/ShellWords.h>
@@ -821,7 +822,8 @@ void Scheduler::record(const AttemptID& id, const RunStatus& status, std::option
       task->setLastExecutionUserID(ctx, text(exec->getUserID(ctx)).c_str());
       task->setLastExecutionResultsString(ctx, output.c_str());
       const bool scheduled = session_.millis(exec->getOriginalScheduleTime(ctx)).has_value();
-      if (scheduled && task->getScheduleEnable(ctx) != 0 && rescheduleStatus(*exec) == 1) queueNext(*exec, ended);
+      const bool goesOn = scheduled && task->getScheduleEnable(ctx) != 0 && rescheduleStatus(*exec) == 1;
+      if (goesOn && stillApplies(*exec, *task)) queueNext(*exec, ended);
       if (rerun) queueRerun(*exec, ended);
       session_.check(exec->deleteIt(ctx, session_.context(), sqlCode), sqlCode, "removing an execution that has ended");
       updateTask(*task);
@@ -908,6 +910,16 @@ void Scheduler::queueSuccessor(MDTaskExec& exec, std::int64_t start, bool schedu
   session_.check(next->update(ctx, session_.context(), sqlCode), sqlCode, "queueing the next execution");
   successors_.push_back(next->getTaskExecID(ctx));
   queue().insert(next.release(), 1);
+}
+
+/// Whether the task still uses the shared schedule that the execution's rule is of; it may have left it during the run.
+bool Scheduler::stillApplies(const MDTaskExec& exec, MDTask& task) {
+  ThreadContext& ctx = session_.ctx();
+  const long long id = exec.getSharedNamedScheduleID(ctx);
+  if (id == -1) return true;
+  const auto used = session_.related("the shared schedules of a task", task, &MDTask::retrieveSharedNamedScheduleList);
+  return std::any_of(used.begin(), used.end(),
+                     [&](const auto& schedule) { return schedule->getScheduleID(ctx) == id; });
 }
 
 /// 0: no rule; 1: counted from the end of a run; 2: from its instant.

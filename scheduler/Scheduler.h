@@ -155,6 +155,7 @@ class Scheduler {
   void queueNext(MDTaskExec& exec, std::int64_t instant);
   void queueRerun(MDTaskExec& exec, std::int64_t now);
   void queueSuccessor(MDTaskExec& exec, std::int64_t start, bool scheduled);
+  bool stillApplies(const MDTaskExec& exec, MDTask& task);
   int rescheduleStatus(MDTaskExec& exec);
   void updateTask(MDTask& task);
 

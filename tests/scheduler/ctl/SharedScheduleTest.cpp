@@ -153,6 +153,23 @@ tasks: [{name: task, script: x, schedules: nightly, retry: {count: 1, interval: 
   EXPECT_EQ(plan(), Lines{"task 02:10"});
 }
 
+TEST_F(SharedScheduleTest, ATaskThatLeavesItDuringARunIsNotPlannedByItAtTheEnd) {
+  const std::string schedule =
+      "schedules: [{name: nightly, rules: [{every: hour, after: end, start: 2026-01-01 00:00}]}]\n";
+  for (const bool leaves : {false, true}) {
+    applyText(schedule + "tasks: [{name: task, script: x, schedules: nightly}]\n");
+    const Lines planned = plan();
+    ASSERT_EQ(planned.size(), 1U);
+    goTo(*foretold(1).begin());
+    scheduler().refresh();
+    runDue();
+    ASSERT_EQ(scheduler().running(), 1U);
+    if (leaves) applyText("tasks: [{name: task, script: x}]\n");
+    end(0);
+    EXPECT_EQ(plan().size(), leaves ? 0U : 1U);
+  }
+}
+
 TEST_F(SharedScheduleTest, ItCanBeDeletedWhenNoTaskUsesIt) {
   applyThree(kTwo);
   try {
