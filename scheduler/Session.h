@@ -124,23 +124,16 @@ class Session {
 /// The native text of an owned string, which is deleted; empty for null.
 std::string text(char* owned);
 
-/// Whether the wrapping constructor of `T` takes a class before the object.
-template <class T>
-inline constexpr bool kClassFirst = false;
-template <>
-inline constexpr bool kClassFirst<MDTask> = true;
-
-/// Wraps the local reference that an operation handed out, and deletes it; null for null.
+/// Wraps the local reference that an operation handed out, and deletes it; null for null. Of the two references that
+/// some wrapping constructors take, one is ignored, and not the same one everywhere: the object stands in both places.
 template <class T>
 std::unique_ptr<T> wrapped(ThreadContext& ctx, jobject local) {
   if (local == nullptr) return nullptr;
   std::unique_ptr<T> result;
   if constexpr (std::is_constructible_v<T, ThreadContext&, jobject>) {
     result = std::make_unique<T>(ctx, local);
-  } else if constexpr (kClassFirst<T>) {
-    result = std::make_unique<T>(ctx, nullptr, local);
   } else {
-    result = std::make_unique<T>(ctx, local, nullptr);
+    result = std::make_unique<T>(ctx, local, local);
   }
   ctx.env->DeleteLocalRef(local);
   return result;
