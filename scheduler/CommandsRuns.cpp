@@ -1,7 +1,6 @@
 // Commands about what is to come and what was.
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <exception>
 #include <map>
 #include <set>
@@ -11,6 +10,7 @@
 #include <mesk/history/MDTaskResult.h>
 #include <mesk/schedule/MDScheduleEventType.h>
 #include <platform/Clock.h>
+#include <scheduler/Administration.h>
 #include <scheduler/Commands.h>
 #include <scheduler/RunDirectory.h>
 #include <scheduler/RunLauncher.h>
@@ -64,44 +64,37 @@ std::optional<long long> parentOf(const MDTaskHistory& run, ThreadContext& ctx) 
   return root > 0 && root != run.getTaskHistoryID(ctx) ? std::optional(root) : std::nullopt;
 }
 
-/// A run, so many groups below the one at the top.
+/// A run as it is listed, so many groups below the one at the top.
 struct ListedRun {
-  MDTaskHistory* run;
+  std::unique_ptr<MDTaskHistory> run;
   std::size_t depth;
 };
 
-/// Runs as they are listed: the first `count` of `runs` that are no steps of others there, each with its steps, taken
-/// from `all`, below it. Both lists have the last first; steps stand in the order of their starts.
-class RunTree {
- public:
-  RunTree(const Histories& runs, const Histories& all, std::size_t count, ThreadContext& ctx) : ctx_(ctx) {
-    std::for_each(all.rbegin(), all.rend(), [this](const auto& run) {
-      if (const auto parent = parentOf(*run, ctx_)) steps_[*parent].push_back(run.get());
-    });
-    std::set<long long> listed;
-    for (const auto& run : runs) listed.insert(run->getTaskHistoryID(ctx_));
-    for (const auto& run : runs) {
-      const auto parent = parentOf(*run, ctx_);
-      if (parent && listed.contains(*parent)) continue;
-      if (count-- == 0) break;
-      add(*run, 0);
-    }
+void addWithSteps(std::vector<ListedRun>& listed, std::unique_ptr<MDTaskHistory> run, std::size_t depth,
+                  Session& session) {
+  const MDTaskHistory& added = *run;
+  listed.push_back({std::move(run), depth});
+  if (added.getTaskType(session.ctx()) != kGroupTask) return;
+  for (auto& step : Administration(session).steps(added.getTaskHistoryID(session.ctx()))) {
+    addWithSteps(listed, std::move(step), depth + 1, session);
   }
+}
 
-  const std::vector<ListedRun>& runs() const { return runs_; }
-
- private:
-  void add(MDTaskHistory& run, std::size_t depth) {
-    runs_.push_back({&run, depth});
-    const auto steps = steps_.find(run.getTaskHistoryID(ctx_));
-    if (steps == steps_.end()) return;
-    for (MDTaskHistory* const step : steps->second) add(*step, depth + 1);
+/// The first `count` of the runs, each with its steps below it; a step of a run that is there too does not stand by
+/// itself.
+std::vector<ListedRun> inTrees(Histories runs, std::size_t count, Session& session) {
+  ThreadContext& ctx = session.ctx();
+  std::set<long long> there;
+  for (const auto& run : runs) there.insert(run->getTaskHistoryID(ctx));
+  std::vector<ListedRun> listed;
+  for (auto& run : runs) {
+    const auto parent = parentOf(*run, ctx);
+    if (parent && there.contains(*parent)) continue;
+    if (count-- == 0) break;
+    addWithSteps(listed, std::move(run), 0, session);
   }
-
-  ThreadContext& ctx_;
-  std::map<long long, std::vector<MDTaskHistory*>> steps_;  ///< of the run of a group
-  std::vector<ListedRun> runs_;
-};
+  return listed;
+}
 
 /// The name of the task, set in below the group's.
 std::string nameInTree(const ListedRun& listed, ThreadContext& ctx) {
@@ -271,21 +264,16 @@ int historyCommand(const Invocation& invocation) {
   OpenStore store(invocation);
   Session& session = store.session();
   ThreadContext& ctx = session.ctx();
-  const Histories runs =
-      invocation.task.empty() ? histories(session, std::nullopt) : historiesOf(store, invocation.task);
-  // The steps of a group are runs of other tasks.
-  const bool ofGroup = !invocation.task.empty() && std::any_of(runs.begin(), runs.end(), [&](const auto& run) {
-    return run->getTaskType(ctx) == kGroupTask;
-  });
-  const Histories others = ofGroup ? histories(session, std::nullopt) : Histories();
-  const RunTree tree(runs, ofGroup ? others : runs, invocation.count, ctx);
+  const auto runs =
+      inTrees(invocation.task.empty() ? histories(session, std::nullopt) : historiesOf(store, invocation.task),
+              invocation.count, session);
   if (invocation.json) {
     Json array = Json::array();
-    for (const ListedRun& listed : tree.runs()) array.push_back(jsonOf(*listed.run, session));
+    for (const ListedRun& listed : runs) array.push_back(jsonOf(*listed.run, session));
     printJson(array);
     return kExitOk;
   }
-  if (tree.runs().empty()) {
+  if (runs.empty()) {
     say(invocation, "There are no runs yet.");
     return kExitOk;
   }
@@ -298,7 +286,7 @@ int historyCommand(const Invocation& invocation) {
                {"ROWS", Table::Align::kRight},
                {"BYTES", Table::Align::kRight},
                {"CAUSE"}});
-  for (const ListedRun& listed : tree.runs()) {
+  for (const ListedRun& listed : runs) {
     const MDTaskHistory& run = *listed.run;
     const int status = run.getRunningStatus(ctx);
     const bool ended = hasEnded(status);

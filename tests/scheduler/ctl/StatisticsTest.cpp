@@ -69,7 +69,7 @@ constexpr const char* kNightly =
     "1767571200123, 5, 6, 7, 1767312000000, 1, 2, 3, 1767398400000, 3600, 20, 30, 1767484800000, 119, 40, 6000, "
     "1767225600000, 1, 0, 50";
 
-TEST_F(StatisticsTest, StepsStandBelowTheirGroupAsTheyStarted) {
+TEST_F(StatisticsTest, StepsStandBelowTheirGroupInTheOrderOfTheirRuns) {
   haveRun({"before", "all", "fetch", "inner", "deep", "load", "after"});
   putBelow("fetch", "all");
   putBelow("inner", "all");
@@ -91,6 +91,23 @@ TEST_F(StatisticsTest, StepsStandBelowTheirGroupAsTheyStarted) {
     ASSERT_NE(next, std::string::npos) << name << " in\n" << table;
     at = next;
   }
+}
+
+TEST_F(StatisticsTest, ARunOfAGroupHasItsStepsBelowIt) {
+  ASSERT_EQ(apply("  - {name: fetch, script: 'true'}\n  - {name: load, script: 'true'}\n"
+                  "  - {name: all, type: group, steps: [fetch, load]}\n")
+                .code,
+            0);
+  done({"run", "all"});
+  runDue();
+  const Json runs = json({"history"});
+  ASSERT_EQ(tasksOf(runs), (Words{"all", "fetch", "load"}));
+  EXPECT_TRUE(runs[0].at("parent").is_null());
+  for (const std::size_t step : {1U, 2U}) {
+    EXPECT_EQ(runs[step].at("parent"), runs[0].at("run"));
+    EXPECT_EQ(runs[step].at("cause"), "step");
+  }
+  EXPECT_EQ(json({"history", "all"}), runs);
 }
 
 TEST_F(StatisticsTest, StepsDoNotCountAndComeWithTheirGroup) {
