@@ -64,4 +64,4 @@ install(FILES "${CMAKE_BINARY_DIR}/mesk.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}
 
 install(FILES docs/man/meskctl.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 install(FILES docs/man/meskd.8 DESTINATION "${CMAKE_INSTALL_MANDIR}/man8")
-install(FILES examples/housekeeping.yaml DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
+install(FILES examples/housekeeping.yaml examples/warehouse-night.yaml DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")

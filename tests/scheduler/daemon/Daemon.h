@@ -24,6 +24,7 @@
 
 #include <scheduler/Files.h>
 #include <scheduler/PidFd.h>
+#include <scheduler/Printed.h>
 #include <scheduler/Scratch.h>
 #include <scheduler/UniqueFd.h>
 
@@ -179,14 +180,7 @@ class DaemonTest : public testing::Test {
   }
 
   std::string query(const std::string& sql) const {
-    const std::string line = fmt::format("sqlite3 -cmd '.timeout 10000' '{}' \"{}\"", store(), sql);
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(line.c_str(), "r"), ::pclose);
-    std::string text;
-    std::array<char, 256> buffer;
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) {
-      text.append(buffer.data(), count);
-    }
-    return text;
+    return printed(fmt::format("sqlite3 -cmd '.timeout 10000' '{}' \"{}\"", store(), sql));
   }
 
   /// Status and return code of each run, oldest first.

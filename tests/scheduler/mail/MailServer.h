@@ -3,14 +3,13 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <scheduler/Printed.h>
 #include <scheduler/Scratch.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
@@ -20,17 +19,6 @@
 #include <scheduler/UniqueFd.h>
 
 namespace mesk::host {
-
-/// What a program prints.
-inline std::string printed(const std::string& command) {
-  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
-  std::string text;
-  std::array<char, 4096> buffer;
-  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) {
-    text.append(buffer.data(), count);
-  }
-  return text;
-}
 
 /// The program tests/support/smtp-sink while this object lives.
 class MailServer {
