@@ -21,10 +21,11 @@ class Stepping {
     time64 time;
   };
 
-  /// Stepping that takes longer than this is given up.
+  /// Stepping that takes longer than this is given up, if not told otherwise.
   static constexpr std::int64_t kMostSteps = 5000;
 
-  explicit Stepping(const ScheduleCalculator& rule, Slip slip = Slip::kNone) : rule_(rule), slip_(slip) {}
+  explicit Stepping(const ScheduleCalculator& rule, Slip slip = Slip::kNone, std::int64_t mostSteps = kMostSteps)
+      : rule_(rule), slip_(slip), mostSteps_(mostSteps) {}
 
   /// The conversions of a computation begin as if the reference had been converted before: `prime` sees to that.
   std::optional<Answer> next(time64 now, time64 reference, bool allowReference) {
@@ -40,7 +41,7 @@ class Stepping {
     if (!align(start)) return Answer{kNotConvertible, 0};
     std::int64_t steps = 0;
     while (!(later(time_, now) && time_ >= startTime && (allowReference || steps > 0))) {
-      if (++steps > kMostSteps) return std::nullopt;
+      if (++steps > mostSteps_) return std::nullopt;
       if (!step()) return Answer{kNotConvertible, 0};
       if (!convertInto(cur_, time_)) return Answer{kNotConvertible, 0};
     }
@@ -236,6 +237,7 @@ class Stepping {
 
   const ScheduleCalculator& rule_;
   Slip slip_;
+  std::int64_t mostSteps_;
   std::tm cur_{};
   time64 time_ = 0;
   time64 converted_ = 0;
