@@ -30,6 +30,10 @@ constexpr time64 kCycle = time64{146097} * kDay;
 constexpr int kFirstRuleYear = 1970;
 constexpr int kLastYearLookedAt = 2120;
 
+constexpr int kIndexFromYear = 1800;
+constexpr int kIndexToYear = 2600;
+constexpr time64 kIndexStep = time64{1} << 25;
+
 time64 floorDiv(time64 a, time64 b) { return a / b - (a % b < 0 ? 1 : 0); }
 
 struct Civil {
@@ -38,26 +42,41 @@ struct Civil {
   int day;
 };
 
-/// Years that begin in March, so that a leap day is a year's last.
+/// Years that begin in March, so that a leap day is a year's last. Good for 40,000 years either way, where all numbers
+/// are small and none is negative.
 Civil civilFromDays(time64 days) {
-  const time64 shifted = days + 719468;
-  const time64 era = floorDiv(shifted, 146097);
-  const auto dayOfEra = static_cast<int>(shifted - era * 146097);
-  const int yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-  const int dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-  const int shiftedMonth = (5 * dayOfYear + 2) / 153;
-  const int month = shiftedMonth < 10 ? shiftedMonth + 3 : shiftedMonth - 9;
-  return {yearOfEra + era * 400 + (month <= 2 ? 1 : 0), month, dayOfYear - (153 * shiftedMonth + 2) / 5 + 1};
+  constexpr std::uint32_t kEras = 100;
+  const auto shifted = static_cast<std::uint32_t>(days + 719468 + time64{kEras} * 146097);
+  const std::uint32_t era = shifted / 146097;
+  const std::uint32_t dayOfEra = shifted - era * 146097;
+  const std::uint32_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  const std::uint32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const std::uint32_t shiftedMonth = (5 * dayOfYear + 2) / 153;
+  const std::uint32_t month = shiftedMonth < 10 ? shiftedMonth + 3 : shiftedMonth - 9;
+  return {time64{yearOfEra} + (time64{era} - kEras) * 400 + (month <= 2 ? 1 : 0), static_cast<int>(month),
+          static_cast<int>(dayOfYear - (153 * shiftedMonth + 2) / 5 + 1)};
 }
 
 bool isLeap(time64 year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 time64 newYear(time64 year) { return daysFromCivil(year, 0, 1) * kDay; }
 
-/// A local time as seconds, as if it were UTC.
-time64 localSeconds(const std::tm& local) {
-  return daysFromCivil(time64{local.tm_year} + 1900, local.tm_mon, local.tm_mday) * kDay +
-         time64{local.tm_hour} * 3600 + time64{local.tm_min} * 60 + local.tm_sec;
+constexpr std::array<int, 12> kDaysBeforeMonth = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+constexpr std::array<int, 12> kDaysOfMonth = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+/// Whether the fields are as a conversion would leave them. A leap day need not count as such.
+bool isNormal(const std::tm& local) {
+  return local.tm_mon >= 0 && local.tm_mon < 12 && local.tm_mday >= 1 &&
+         local.tm_mday <= kDaysOfMonth[static_cast<std::size_t>(local.tm_mon)] && local.tm_hour >= 0 &&
+         local.tm_hour < 24 && local.tm_min >= 0 && local.tm_min < 60 && local.tm_sec >= 0 && local.tm_sec < 60;
+}
+
+/// Sets what follows from a date, the `days`-th since 1970.
+void setDayNumbers(std::tm& local, time64 days) {
+  const time64 weekday = (days + 4) % 7;
+  local.tm_wday = static_cast<int>(weekday < 0 ? weekday + 7 : weekday);
+  const bool afterLeapDay = local.tm_mon > 1 && isLeap(time64{local.tm_year} + 1900);
+  local.tm_yday = kDaysBeforeMonth[static_cast<std::size_t>(local.tm_mon)] + local.tm_mday - (afterLeapDay ? 0 : 1);
 }
 
 void setFields(std::tm& local, time64 time, std::int32_t offset, bool summer) {
@@ -71,9 +90,7 @@ void setFields(std::tm& local, time64 time, std::int32_t offset, bool summer) {
   local.tm_hour = timeOfDay / 3600;
   local.tm_min = timeOfDay / 60 % 60;
   local.tm_sec = timeOfDay % 60;
-  const time64 weekday = (days + 4) % 7;
-  local.tm_wday = static_cast<int>(weekday < 0 ? weekday + 7 : weekday);
-  local.tm_yday = static_cast<int>(days - daysFromCivil(civil.year, 0, 1));
+  setDayNumbers(local, days);
   local.tm_isdst = summer ? 1 : 0;
 }
 
@@ -353,6 +370,7 @@ LocalZone::LocalZone(Source source) : source_(std::move(source)) {
     changes_.clear();
     read = readRule(source_.name.substr(source_.name.starts_with(':') ? 1 : 0), true);
   }
+  if (read) makeIndex();
   usable_ = read && agreesWithThePlatform();
 }
 
@@ -405,6 +423,8 @@ bool LocalZone::readRule(const std::string& text, bool onlyRule) {
   if (onlyRule) {
     const bool south = rule->hasSummer && rule->begins.in(year) > rule->ends.in(year);
     changes_.push_back({kBeginning, south ? rule->summer : rule->standard, south});
+  } else if (changes_.back().begin > kFarthest) {
+    return false;
   } else if (changes_.back().begin > newYear(year)) {
     year = static_cast<int>(civilFromDays(floorDiv(changes_.back().begin, kDay)).year);
   }
@@ -425,22 +445,49 @@ bool LocalZone::readRule(const std::string& text, bool onlyRule) {
   return true;
 }
 
-Stretch LocalZone::at(time64 time, std::size_t& hint) const {
+void LocalZone::makeIndex() {
+  // Changes at the beginning of time are found otherwise; so is what a file may list in the far future.
+  const auto isIndexed = [](const Change& change) {
+    return change.begin >= newYear(kIndexFromYear) && change.begin < newYear(kIndexToYear);
+  };
+  const auto first = std::find_if(changes_.begin(), changes_.end(), isIndexed);
+  if (first == changes_.end()) return;
+  const auto last = std::find_if(changes_.rbegin(), changes_.rend(), isIndexed);
+  indexBegin_ = first->begin;
+  auto holds = static_cast<std::uint32_t>(first - changes_.begin());
+  for (time64 time = indexBegin_; time <= last->begin; time += kIndexStep) {
+    while (holds + 1 < changes_.size() && changes_[holds + 1].begin <= time) ++holds;
+    index_.push_back(holds);
+  }
+}
+
+/// The number of the change that holds at `time`.
+std::size_t LocalZone::changeBefore(time64 time) const {
+  if (time >= indexBegin_) {
+    const auto step = static_cast<std::uint64_t>(time - indexBegin_) / kIndexStep;
+    if (step < index_.size()) {
+      std::size_t holds = index_[step];
+      while (holds + 1 < changes_.size() && changes_[holds + 1].begin <= time) ++holds;
+      return holds;
+    }
+  }
+  const auto after = std::upper_bound(changes_.begin() + 1, changes_.end(), time,
+                                      [](time64 value, const Change& change) { return value < change.begin; });
+  return static_cast<std::size_t>(after - changes_.begin()) - 1;
+}
+
+Stretch LocalZone::at(time64 time) const {
   time64 shift = 0;
   if (time >= cycleEnd_) {
     shift = (time - cycleBegin_) / kCycle * kCycle;
     time -= shift;
   }
   const std::size_t last = changes_.size() - 1;
-  if (hint > last || changes_[hint].begin > time || (hint < last && changes_[hint + 1].begin <= time)) {
-    const auto after = std::upper_bound(changes_.begin() + 1, changes_.end(), time,
-                                        [](time64 value, const Change& change) { return value < change.begin; });
-    hint = static_cast<std::size_t>(after - changes_.begin()) - 1;
-  }
-  const Change& change = changes_[hint];
+  const std::size_t number = changeBefore(time);
+  const Change& change = changes_[number];
   // In the cycle's last winter and its first, a stretch is cut short at the seam: less than there is, never more.
   time64 begin = change.begin;
-  time64 end = hint < last ? changes_[hint + 1].begin : kEnd;
+  time64 end = number < last ? changes_[number + 1].begin : kEnd;
   if (cycleEnd_ != kEnd && time >= cycleBegin_) {
     end = std::min(end, cycleEnd_);
     if (shift != 0) {
@@ -465,11 +512,10 @@ bool LocalZone::agreesWithThePlatform() const {
 }
 
 bool LocalZone::agreesOnLocalTime() const {
-  std::size_t hint = 0;
   const auto agrees = [&](time64 time) {
     const std::tm* const platform = _localtime64(&time);
     if (platform == nullptr) return false;
-    const Stretch stretch = at(time, hint);
+    const Stretch stretch = at(time);
     std::tm own{};
     setFields(own, time, stretch.offset, stretch.summer);
     return sameFields(own, *platform);
@@ -524,7 +570,7 @@ bool LocalZone::agreesOnConversions() const {
 // ---- conversions --------------------------------------------------------------------------------------------------
 
 ZoneTime::ZoneTime(const LocalZone& zone, time64 reference) : zone_(zone) {
-  if (isInside(reference)) guess_ = -time64{zone_.at(reference, hint_).offset};
+  if (isInside(reference)) guess_ = -time64{zone_.at(reference).offset};
 }
 
 bool ZoneTime::isInside(time64 time) {
@@ -535,7 +581,7 @@ bool ZoneTime::isInside(time64 time) {
 
 bool ZoneTime::breakDown(time64 time, std::tm& local) {
   if (!isInside(time)) return false;
-  const Stretch stretch = zone_.at(time, hint_);
+  const Stretch stretch = zone_.at(time);
   setFields(local, time, stretch.offset, stretch.summer);
   return true;
 }
@@ -548,7 +594,9 @@ bool ZoneTime::convert(std::tm& local, time64& time) {
     outside_ = true;
     return false;
   }
-  const time64 wanted = localSeconds(local);
+  const time64 days = daysFromCivil(time64{local.tm_year} + 1900, local.tm_mon, local.tm_mday);
+  const time64 wanted =
+      days * kDay + time64{local.tm_hour} * 3600 + time64{local.tm_min} * 60 + local.tm_sec;  // as if it were UTC
   const bool summer = local.tm_isdst != 0;
 
   // Each try is mended by how far it missed. Two tries that send to one another say that the local time is missing;
@@ -559,13 +607,13 @@ bool ZoneTime::convert(std::tm& local, time64& time) {
   Stretch stretch{};
   for (int probes = kProbes;;) {
     if (!isInside(found)) return false;
-    stretch = zone_.at(found, hint_);
+    stretch = zone_.at(found);
     const time64 missedBy = wanted - (found + stretch.offset);
     if (missedBy == 0) {
       if (stretch.summer != summer) {
         found = otherSeason(wanted, found, summer);
         if (!isInside(found)) return false;
-        stretch = zone_.at(found, hint_);
+        stretch = zone_.at(found);
       }
       break;
     }
@@ -576,7 +624,13 @@ bool ZoneTime::convert(std::tm& local, time64& time) {
     found += missedBy;
   }
   guess_ = found - wanted;
-  setFields(local, found, stretch.offset, stretch.summer);
+  if (found + stretch.offset == wanted && isNormal(local)) {
+    // The date and time that were asked for stand as they are.
+    setDayNumbers(local, days);
+    local.tm_isdst = stretch.summer ? 1 : 0;
+  } else {
+    setFields(local, found, stretch.offset, stretch.summer);
+  }
   time = found;
   return time != -1;
 }
@@ -586,12 +640,10 @@ bool ZoneTime::convert(std::tm& local, time64& time) {
 time64 ZoneTime::otherSeason(time64 local, time64 time, bool summer) {
   constexpr time64 kStride = 601200;
   constexpr time64 kBound = 457243209 / 2 + kStride;
-  std::size_t earlier = hint_;
-  std::size_t later = hint_;
   for (time64 distance = kStride; distance < kBound; distance += kStride) {
-    const Stretch past = zone_.at(time - distance, earlier);
+    const Stretch past = zone_.at(time - distance);
     if (past.summer == summer) return local - past.offset;
-    const Stretch future = zone_.at(time + distance, later);
+    const Stretch future = zone_.at(time + distance);
     if (future.summer == summer) return local - future.offset;
   }
   return summer ? time - 3600 : time + 3600;
@@ -599,7 +651,7 @@ time64 ZoneTime::otherSeason(time64 local, time64 time, bool summer) {
 
 time64 ZoneTime::settledUntil(const std::tm& local, time64 time) {
   if (!isInside(time)) return time;
-  const Stretch stretch = zone_.at(time, hint_);
+  const Stretch stretch = zone_.at(time);
   if (guess_ != -time64{stretch.offset} || (local.tm_isdst != 0) != stretch.summer) return time;
   // The second before 1970 is the one that conversions cannot tell from a failure.
   return time < -1 ? std::min<time64>(stretch.end, -1) : stretch.end;

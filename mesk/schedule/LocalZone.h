@@ -33,8 +33,8 @@ class LocalZone {
   /// Times beyond this are nobody's schedule; `at` is not asked for them.
   static constexpr time64 kFarthest = 1'000'000'000'000;
 
-  /// The stretch that `time` lies in. `hint` is where the last one was found.
-  Stretch at(time64 time, std::size_t& hint) const;
+  /// The stretch that `time` lies in.
+  Stretch at(time64 time) const;
 
  private:
   struct Change {
@@ -61,6 +61,8 @@ class LocalZone {
   bool isStillInForce(const char* name) const;
   bool readFile(const std::string& path);
   bool readRule(const std::string& rule, bool onlyRule);
+  void makeIndex();
+  std::size_t changeBefore(time64 time) const;
   bool agreesWithThePlatform() const;
   bool agreesOnLocalTime() const;
   bool agreesOnConversions() const;
@@ -69,6 +71,8 @@ class LocalZone {
   const LocalZone* next_ = nullptr;  ///< learned before this one
   bool usable_ = false;
   std::vector<Change> changes_;  ///< by time; the first holds from the beginning
+  time64 indexBegin_ = 0;
+  std::vector<std::uint32_t> index_;  ///< by about a year from there on: the change that holds when it begins
   time64 cycleBegin_ = std::numeric_limits<time64>::max();
   time64 cycleEnd_ = std::numeric_limits<time64>::max();  ///< from here on the changes of the cycle repeat
 };
@@ -102,7 +106,6 @@ class ZoneTime {
   time64 otherSeason(time64 local, time64 time, bool summer);
 
   const LocalZone& zone_;
-  std::size_t hint_ = 0;
   time64 guess_ = 0;  ///< UTC less local time, as the last conversion came out
   bool outside_ = false;
 };
