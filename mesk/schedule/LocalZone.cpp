@@ -640,10 +640,12 @@ bool ZoneTime::convert(std::tm& local, time64& time) {
 time64 ZoneTime::otherSeason(time64 local, time64 time, bool summer) {
   constexpr time64 kStride = 601200;
   constexpr time64 kBound = 457243209 / 2 + kStride;
+  Stretch past = zone_.at(time);
+  Stretch future = past;
   for (time64 distance = kStride; distance < kBound; distance += kStride) {
-    const Stretch past = zone_.at(time - distance);
+    if (time - distance < past.begin) past = zone_.at(time - distance);
     if (past.summer == summer) return local - past.offset;
-    const Stretch future = zone_.at(time + distance);
+    if (time + distance >= future.end) future = zone_.at(time + distance);
     if (future.summer == summer) return local - future.offset;
   }
   return summer ? time - 3600 : time + 3600;
