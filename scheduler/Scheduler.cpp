@@ -55,6 +55,12 @@ std::string storable(const std::string& output) {
 
 TaskKey keyOf(ThreadContext& ctx, const auto& record) { return {record.getTaskID(ctx), record.getSuffix(ctx)}; }
 
+/// The run of the group that a run is a step of; 0 for none.
+long long parentOf(ThreadContext& ctx, const MDTaskHistory& history) {
+  const long long root = history.getRootTaskHistoryID(ctx);
+  return root == history.getTaskHistoryID(ctx) ? 0 : root;
+}
+
 /// What started the run of an execution, in its history record.
 int invocationOf(ThreadContext& ctx, const MDTaskExec& exec) {
   if (exec.getParentGroupingTaskExecID(ctx) != kNone) return kInvokedAsStep;
@@ -166,10 +172,9 @@ void Scheduler::recover(MDTaskExec& exec) {
   }
   const AttemptID id{run, history->getRetryCount(ctx) + 1};
   const bool group = history->getTaskType(ctx) == kGroupTask;
-  const long long root = history->getRootTaskHistoryID(ctx);
   active_[id] = {.taskExecID = exec.getTaskExecID(ctx),
                  .task = keyOf(ctx, exec),
-                 .parent = root == run ? 0 : root,
+                 .parent = parentOf(ctx, *history),
                  .group = group,
                  .look = group};
   if (group) return;
@@ -519,14 +524,14 @@ std::optional<Scheduler::Start> Scheduler::claim(MDTaskExec& exec, std::int64_t 
   }
 
   AttemptID id{resumed, 1};
-  long long root = resumed;
+  long long parent = 0;
   auto startStamp = session_.timestamp(now);
   exec.setStatus(ctx, exec.getParentGroupingTaskExecID(ctx) == kNone ? kExecRunning : kExecStep);
   exec.setStartTime(ctx, &startStamp);
   exec.setIsRealStartTime(ctx, 1);
   if (resumed == -1) {
-    id.run = root = claimInstant(exec);
-    insertHistory(exec, *task, id.run, root, kRunRunning, now);
+    id.run = claimInstant(exec);
+    insertHistory(exec, *task, id.run, id.run, kRunRunning, now);
     task->incrNumberOfExecutions(ctx);
   } else {
     session_.check(exec.update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("resuming run {}", id.run));
@@ -535,7 +540,7 @@ std::optional<Scheduler::Start> Scheduler::claim(MDTaskExec& exec, std::int64_t 
     const auto history = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session_.context(), id.run, rc, sqlCode));
     session_.check(rc, sqlCode, fmt::format("reading run {}", id.run));
     id.attempt = history->getRetryCount(ctx) + 1;
-    root = history->getRootTaskHistoryID(ctx);
+    parent = parentOf(ctx, *history);
     history->setRunningStatus(ctx, kRunRunning);
     session_.check(history->update(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", id.run));
   }
@@ -544,7 +549,7 @@ std::optional<Scheduler::Start> Scheduler::claim(MDTaskExec& exec, std::int64_t 
   }
   markStarted(*task, now);
   Start start = request(exec, *task, id);
-  start.parent = root == id.run ? 0 : root;
+  start.parent = parent;
   return start;
 }
 
