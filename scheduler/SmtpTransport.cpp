@@ -50,7 +50,7 @@ std::string hostOf(const std::string& text) {
   for (const CURLUPart part : {CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_QUERY, CURLUPART_FRAGMENT}) {
     if (!partOf(url.get(), part).empty()) throw FormatError(kForm);
   }
-  const std::string host = partOf(url.get(), CURLUPART_HOST);
+  std::string host = partOf(url.get(), CURLUPART_HOST);
   const std::string path = partOf(url.get(), CURLUPART_PATH);
   if ((scheme != "smtp" && scheme != "smtps") || host.empty() || (!path.empty() && path != "/")) {
     throw FormatError(kForm);
