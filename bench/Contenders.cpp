@@ -36,7 +36,7 @@ class Library : public Contender {
       code = computeNextTime(rule, next, 0);
     };
     work();  // the zone is learned when it is met for the first time
-    const double taken = microseconds(work, repeat);
+    const double taken = processorMicroseconds(work, repeat);
     resetClock();
     if (code != 0) return std::nullopt;
     return Reply{next, taken};
@@ -54,7 +54,7 @@ class PlainStepping : public Contender {
     auto work = [&] {
       answer = plain::Stepping(rule, plain::Slip::kNone, kMostSteps).next(question.now, question.reference, false);
     };
-    const double taken = microseconds(work, repeat);
+    const double taken = processorMicroseconds(work, repeat);
     if (!answer || answer->code != 0) return std::nullopt;
     return Reply{answer->time, taken};
   }
@@ -121,7 +121,7 @@ class Ical : public Contender {
       }
       icalrecur_iterator_free(runs);
     };
-    const double taken = microseconds(work, repeat);
+    const double taken = processorMicroseconds(work, repeat);
     if (next == -1) return std::nullopt;
     return Reply{next, taken};
   }

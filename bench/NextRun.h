@@ -37,7 +37,7 @@ class Contender {
  public:
   struct Reply {
     time64 next;
-    double microseconds;  ///< of one answer
+    double microseconds;  ///< of one answer, in the time of the processor
   };
 
   virtual ~Contender() = default;

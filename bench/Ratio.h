@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,20 @@ double microseconds(Work& work, int repeat) {
   for (int i = 0; i < repeat; ++i) work();
   const std::chrono::duration<double, std::micro> taken = std::chrono::steady_clock::now() - begin;
   return taken.count() / repeat;
+}
+
+/// The same in the time that the processor gave to the thread: for work that waits for nothing, and so not to be
+/// charged for what else the machine does.
+template <class Work>
+double processorMicroseconds(Work& work, int repeat) {
+  const auto now = [] {
+    std::timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
+  };
+  const double begin = now();
+  for (int i = 0; i < repeat; ++i) work();
+  return (now() - begin) / repeat;
 }
 
 inline double quantile(std::vector<double> values, double q) {
