@@ -116,7 +116,7 @@ struct YearlyMoment {
     }
     const time64 first = daysFromCivil(year, month - 1, 1);
     const time64 nextMonth = daysFromCivil(year, month, 1);
-    time64 wanted = first + (day - (first + 4) % 7 + 14) % 7 + (week - 1) * 7;
+    time64 wanted = first + (day - (first + 4) % 7 + 14) % 7 + time64{week - 1} * 7;
     while (wanted >= nextMonth) wanted -= 7;
     return wanted * kDay + seconds;
   }
@@ -283,7 +283,7 @@ std::optional<ZoneHeader> readHeader(ZoneBytes& bytes) {
 std::string fileOf(const char* name) {
   if (name == nullptr) return kSystemZone;
   if (*name == ':') ++name;
-  const std::string zone = *name == '\0' ? "Universal" : name;
+  std::string zone = *name == '\0' ? "Universal" : name;
   if (zone.front() == '/') return zone;
   const char* const folder = std::getenv("TZDIR");
   return (folder == nullptr || *folder == '\0' ? std::string("/usr/share/zoneinfo") : std::string(folder)) + "/" + zone;
@@ -430,14 +430,14 @@ bool LocalZone::readRule(const std::string& text, bool onlyRule) {
   }
   if (!rule->hasSummer) return true;
 
-  const time64 known = changes_.back().begin;
+  const time64 latest = changes_.back().begin;
   const int cycleYear = year + 1;
   for (; year <= cycleYear + kCycleYears; ++year) {
     Change begins{rule->begins.in(year)-rule->standard, rule->summer, true};
     Change ends{rule->ends.in(year)-rule->summer, rule->standard, false};
     if (ends.begin < begins.begin) std::swap(begins, ends);
     for (const Change& change : {begins, ends}) {
-      if (change.begin > known && change.begin > changes_.back().begin) changes_.push_back(change);
+      if (change.begin > latest && change.begin > changes_.back().begin) changes_.push_back(change);
     }
   }
   cycleBegin_ = newYear(cycleYear);
