@@ -6,6 +6,17 @@
 
 namespace mesk::host {
 
+const char* textOf(TaskRight right) {
+  switch (right) {
+    case TaskRight::kRead:
+      return "read";
+    case TaskRight::kUpdate:
+      return "update";
+    default:
+      return "execute";
+  }
+}
+
 Administration::Administration(Session& session)
     : session_(session), class_(session, "com/orvik/kelvo/mesk/admin/Administration") {}
 
@@ -54,6 +65,44 @@ std::vector<std::string> Administration::members(const std::string& group) {
   class_.attempt("listMembers", &result, group);
   class_.check(fmt::format("listing the members of group '{}'", group), kStoreNothing);
   return result;
+}
+
+bool Administration::isSuperuser(const std::string& user) { return ask(user, &MDUser::isSuperuser); }
+
+bool Administration::isAdministrator(const std::string& user) { return ask(user, &MDUser::isAdmin); }
+
+bool Administration::ask(const std::string& user, int (MDUser::*question)(ThreadContext&, jobject, int&, int&)) {
+  int rc = 0;
+  int sqlCode = 0;
+  MDUser record(session_.ctx(), user.c_str());
+  const int answer = (record.*question)(session_.ctx(), session_.context(), rc, sqlCode);
+  session_.check(rc, sqlCode, fmt::format("looking up user '{}'", user));
+  return answer != 0;
+}
+
+std::vector<std::string> Administration::tasksWith(TaskRight right) {
+  std::vector<std::string> result;
+  class_.attempt("listTasksWith", &result, static_cast<int>(right));
+  class_.check("listing the tasks with a right", kStoreNothing);
+  return result;
+}
+
+std::optional<long long> Administration::taskID(const std::string& name) {
+  long long id = 0;
+  class_.attempt("taskID", &id, name);
+  if (!class_.check(fmt::format("looking up task '{}'", name), kStoreNotFound)) return std::nullopt;
+  return id;
+}
+
+std::optional<std::string> Administration::taskOfRun(long long run) {
+  std::string name;
+  class_.attempt("taskOfRun", &name, run);
+  if (!class_.check(fmt::format("looking up run {}", run), kStoreNotFound)) return std::nullopt;
+  return name;
+}
+
+int Administration::count(Counted kind) {
+  return class_.call<int>("counting what there is", "count", static_cast<int>(kind));
 }
 
 void Administration::putContact(const std::string& name, const std::string& email, const std::string& pager) {

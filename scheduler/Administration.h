@@ -1,6 +1,7 @@
 // What the store knows and no record of libmesk expresses: users, groups, contacts, members, success codes.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include <mesk/bridge/MDObject.h>
 #include <mesk/history/MDTaskHistory.h>
+#include <mesk/session/MDUser.h>
 #include <scheduler/Session.h>
 #include <scheduler/StoreClass.h>
 #include <scheduler/SuccessCode.h>
@@ -22,11 +24,20 @@ struct TaskKey {
   auto operator<=>(const TaskKey&) const = default;  // NOLINT(modernize-use-nullptr): no pointer is compared
 };
 
+/// What one may do with a task, and with what belongs to it.
+enum class TaskRight : int { kRead = 0, kUpdate = 1, kExecute = 2 };
+
+inline constexpr std::array kRights{TaskRight::kRead, TaskRight::kUpdate, TaskRight::kExecute};
+
+/// "read", "update", "execute"
+const char* textOf(TaskRight right);
+
 /// The store's Administration on a session. Each operation is part of the session's transaction; what fails is thrown
 /// as StoreError, with what the store says of it. One thread.
 class Administration {
  public:
   enum class AddressKind : int { kEmail = 1, kPager = 2 };
+  enum class Counted : int { kTasks = 1, kExecutions = 2, kRuns = 3 };
 
   explicit Administration(Session& session);
 
@@ -44,6 +55,18 @@ class Administration {
   void addMember(const std::string& group, const std::string& user);
   void removeMember(const std::string& group, const std::string& user);
   std::vector<std::string> members(const std::string& group);
+
+  bool isSuperuser(const std::string& user);
+  bool isAdministrator(const std::string& user);
+
+  /// The names of the tasks that the session's user has the right on, in order.
+  std::vector<std::string> tasksWith(TaskRight right);
+
+  // For whoever asks, whatever he may read: the task with suffix 0 of a name, and the name of the task that ran;
+  // nothing when there is no such task or run. How many records of a kind there are.
+  std::optional<long long> taskID(const std::string& name);
+  std::optional<std::string> taskOfRun(long long run);
+  int count(Counted kind);
 
   // Contacts and groups of them. An empty address is none.
   void putContact(const std::string& name, const std::string& email, const std::string& pager);
@@ -75,6 +98,7 @@ class Administration {
   void recordFollowOn(long long run, long long followOnActionID, const TaskKey& task, long long taskExecID);
 
  private:
+  bool ask(const std::string& user, int (MDUser::*question)(ThreadContext&, jobject, int&, int&));
   std::vector<std::string> names(const std::string& what, const char* method);
 
   Session& session_;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -29,6 +30,43 @@ void declareSchedule(CLI::App& app, Invocation& invocation) {
 void declareYes(CLI::App& app, Invocation& invocation) { app.add_flag("-y,--yes", invocation.yes, "Do not ask"); }
 
 void declareNothing(CLI::App&, Invocation&) {}
+
+void declareName(CLI::App& app, Invocation& invocation) {
+  app.add_option("NAME", invocation.name, "The name; capitals or not is the same")->required();
+}
+
+void declareUser(CLI::App& app, Invocation& invocation) {
+  declareName(app, invocation);
+  app.add_flag("--superuser", invocation.superuser, "May do everything");
+  app.add_flag("--admin", invocation.administrator,
+               "May make tasks, and change users, groups, contacts, shared schedules and rights");
+}
+
+void declareMember(CLI::App& app, Invocation& invocation) {
+  app.add_option("GROUP", invocation.group, "The group")->required();
+  app.add_option("USER", invocation.name, "The user")->required();
+}
+
+/// The rights and, behind them, the task: the last of the words.
+void declareGrant(CLI::App& app, Invocation& invocation) {
+  app.add_option("RIGHT TASK", invocation.rights, "read, update, execute: one or more; then the name of the task")
+      ->required()
+      ->expected(2, 4);
+  CLI::Option* const user = app.add_option("--to,--from", invocation.name, "The user")->type_name("USER");
+  app.add_option("--to-group,--from-group", invocation.group, "The group")->type_name("GROUP")->excludes(user);
+  app.parse_complete_callback([&invocation] {
+    invocation.task = invocation.rights.back();
+    invocation.rights.pop_back();
+    for (const std::string& word : invocation.rights) {
+      if (std::none_of(kRights.begin(), kRights.end(), [&word](TaskRight right) { return word == textOf(right); })) {
+        throw CLI::ValidationError(fmt::format("'{}' is no right; expected read, update or execute", word));
+      }
+    }
+    if (invocation.name.empty() && invocation.group.empty()) {
+      throw CLI::ValidationError("--to USER or --to-group GROUP is missing");
+    }
+  });
+}
 
 const StoreAddress& existing(const StoreAddress& address) {
   std::error_code error;
@@ -57,6 +95,10 @@ void each(const std::vector<Command>& commands, const std::string& above,
 }  // namespace
 
 const std::vector<Command>& commands() {
+  static const Needs reads{{TaskRight::kRead}};
+  static const Needs changes{{TaskRight::kRead, TaskRight::kUpdate}};
+  static const Needs givesRights{{TaskRight::kUpdate}, true};
+  static const Needs administers{{}, true};
   static const std::vector<Command> all{
       {"apply", "Make the store's tasks as a task file defines them, all or none",
        [](CLI::App& app, Invocation& invocation) {
@@ -64,68 +106,122 @@ const std::vector<Command>& commands() {
          app.add_flag("--dry-run", invocation.dryRun, "Only tell what would change");
        },
        applyCommand},
-      {"export", "Write tasks as a task file",
+      {"export",
+       "Write tasks as a task file",
        [](CLI::App& app, Invocation& invocation) {
          app.add_option("TASK", invocation.names, "Names of tasks; default: all");
        },
-       exportCommand},
+       exportCommand,
+       {},
+       reads},
       {"list", "List the tasks",
        [](CLI::App& app, Invocation& invocation) {
          app.add_flag("--names", invocation.namesOnly, "Only the names, a line each");
        },
        listCommand},
-      {"show", "Tell all about a task", declareTask, showCommand},
+      {"show", "Tell all about a task", declareTask, showCommand, {}, reads},
       {"queue", "List what runs and what is to run", declareNothing, queueCommand},
-      {"next", "Preview the next starts of a task",
+      {"next",
+       "Preview the next starts of a task",
        [](CLI::App& app, Invocation& invocation) {
          declareTask(app, invocation);
          declareCount(app, invocation, "How many starts");
        },
-       nextCommand},
-      {"run", "Run a task now",
+       nextCommand,
+       {},
+       reads},
+      {"run",
+       "Run a task now",
        [](CLI::App& app, Invocation& invocation) {
          declareTask(app, invocation);
          app.add_option("ARGUMENT", invocation.arguments,
                         "Arguments of the script in place of the task's own; put -- before them");
        },
-       runCommand},
-      {"enable", "Start a task by its schedule again", declareTask, enableCommand},
-      {"disable", "Start a task no more by its schedule", declareTask, disableCommand},
-      {"history", "List runs, the last first",
+       runCommand,
+       {},
+       {{TaskRight::kExecute}}},
+      {"enable", "Start a task by its schedule again", declareTask, enableCommand, {}, changes},
+      {"disable", "Start a task no more by its schedule", declareTask, disableCommand, {}, changes},
+      {"history",
+       "List runs, the last first",
        [](CLI::App& app, Invocation& invocation) {
          app.add_option("TASK", invocation.task, "Only runs of this task");
          declareCount(app, invocation, "How many runs");
        },
-       historyCommand},
-      {"log", "Show what a run wrote, and how it ended",
+       historyCommand,
+       {},
+       reads},
+      {"log",
+       "Show what a run wrote, and how it ended",
        [](CLI::App& app, Invocation& invocation) {
          app.add_option("RUN", invocation.run, "Number of the run, as 'history' shows it")->required();
          app.add_flag("--results", invocation.results, "Each attempt by itself");
        },
-       logCommand},
-      {"stats", "Tell how tasks have performed over all their runs",
+       logCommand,
+       {},
+       reads},
+      {"stats",
+       "Tell how tasks have performed over all their runs",
        [](CLI::App& app, Invocation& invocation) {
          app.add_option("TASK", invocation.task, "Only this task, with its outstanding runs");
        },
-       statsCommand},
-      {"delete", "Delete a task; its history stays",
+       statsCommand,
+       {},
+       reads},
+      {"delete",
+       "Delete a task; its history stays",
        [](CLI::App& app, Invocation& invocation) {
          declareTask(app, invocation);
          declareYes(app, invocation);
        },
-       deleteCommand},
+       deleteCommand,
+       {},
+       changes},
       {"schedule",
        "Shared schedules: list, show, delete",
        nullptr,
        nullptr,
        {{"list", "List the shared schedules", declareNothing, scheduleListCommand},
         {"show", "Tell all about a shared schedule", declareSchedule, scheduleShowCommand},
-        {"delete", "Delete a shared schedule that no task uses",
+        {"delete",
+         "Delete a shared schedule that no task uses",
          [](CLI::App& app, Invocation& invocation) {
            declareSchedule(app, invocation);
            declareYes(app, invocation);
          },
-         scheduleDeleteCommand}}},
+         scheduleDeleteCommand,
+         {},
+         administers}}},
+      {"grant", "Give rights on a task to a user or group", declareGrant, grantCommand, {}, givesRights},
+      {"revoke", "Take rights on a task from a user or group", declareGrant, revokeCommand, {}, givesRights},
+      {"whoami", "Tell for whom you work, and what he may do", declareNothing, whoamiCommand},
+      {"user",
+       "Users",
+       nullptr,
+       nullptr,
+       {{"add", "Make a user known", declareUser, userAddCommand, {}, administers},
+        {"change",
+         "Say anew whether a user is superuser or administrator",
+         declareUser,
+         userChangeCommand,
+         {},
+         administers},
+        {"remove", "Remove a user with his rights", declareName, userRemoveCommand, {}, administers},
+        {"list", "List the users", declareNothing, userListCommand}}},
+      {"group",
+       "Groups of users",
+       nullptr,
+       nullptr,
+       {{"add", "Make a group", declareName, groupAddCommand, {}, administers},
+        {"remove",
+         "Remove a group with its rights; its members stay",
+         declareName,
+         groupRemoveCommand,
+         {},
+         administers},
+        {"list", "List the groups and their members", declareNothing, groupListCommand},
+        {"join", "Put a user into a group", declareMember, groupJoinCommand, {}, administers},
+        {"leave", "Take a user out of a group", declareMember, groupLeaveCommand, {}, administers}}},
       {"codes", "List the codes of the store and their meaning", declareNothing, codesCommand},
       {"completion", "Write a script that completes command lines",
        [](CLI::App& app, Invocation& invocation) {
@@ -144,7 +240,11 @@ OpenStore::OpenStore(const Invocation& invocation)
     : OpenStore(invocation, existing(StoreAddress::choose(invocation.store))) {}
 
 OpenStore::OpenStore(const Invocation& invocation, const StoreAddress& address)
-    : session_(address, invocation.user), definitions_(session_) {}
+    : session_(address, invocation.user), definitions_(session_) {
+  if (!invocation.task.empty() || invocation.needs.administrator)
+    require(invocation, invocation.task, invocation.needs);
+  for (const std::string& name : invocation.names) require(invocation, name, invocation.needs);
+}
 
 std::string timeText(std::optional<std::int64_t> millis) {
   return millis ? formatted(*millis, "%Y-%m-%d %H:%M:%S %Z") : "-";

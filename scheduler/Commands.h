@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <scheduler/Administration.h>
 #include <scheduler/Definitions.h>
 #include <scheduler/ExitCodes.h>
 #include <scheduler/Session.h>
@@ -21,9 +22,17 @@ namespace mesk::host {
 
 using Json = nlohmann::ordered_json;
 
+/// What a command asks of its user: rights on the task that it is about, or to be an administrator. Superusers have
+/// all.
+struct Needs {
+  std::vector<TaskRight> rights = {};
+  bool administrator = false;  ///< beside rights: either will do
+};
+
 /// What the command line says, whatever the command; a command reads those that it declared.
 struct Invocation {
   std::string command;  ///< its whole name, as "schedule list"
+  Needs needs;          ///< what the command asks of the user
   std::string store;
   std::string user;  ///< empty: the user of this process
   bool json = false;
@@ -41,6 +50,12 @@ struct Invocation {
   bool namesOnly = false;
   bool results = false;
   bool yes = false;
+
+  std::vector<std::string> rights;
+  std::string name;   ///< of a user or group that the command is about
+  std::string group;  ///< of a group beside it
+  bool superuser = false;
+  bool administrator = false;
 };
 
 /// One command: its name, its help, its own options, and what it does. `run` answers an exit code and throws
@@ -51,6 +66,7 @@ struct Command {
   std::function<void(CLI::App& app, Invocation& invocation)> declare;
   int (*run)(const Invocation& invocation);
   std::vector<Command> commands = {};
+  Needs needs = {};
 };
 
 /// All commands, in the order of the help.
@@ -67,6 +83,16 @@ class OpenStore {
   /// As the other, with a store that is made if there is none.
   OpenStore(const Invocation& invocation, const StoreAddress& address);
 
+  /// Throws HostError unless the user has the rights on the task. One that does not exist needs none: the command
+  /// tells.
+  void require(const Invocation& invocation, const std::string& task, const Needs& needs);
+
+  /// What is thrown when the user lacks a right on the task.
+  HostError lacking(const Invocation& invocation, const std::string& task, TaskRight right);
+
+  /// After a list came out empty: throws HostError if that is so because the user may read nothing of what there is.
+  void requireVisible(const Invocation& invocation, Administration::Counted kind);
+
   Session& session() { return session_; }
   Definitions& definitions() { return definitions_; }
 
@@ -74,6 +100,9 @@ class OpenStore {
   Session session_;
   Definitions definitions_;
 };
+
+/// The message of an operation that the store refused for lack of a right, with what the command line knows.
+std::string refusalText(const Invocation& invocation, const std::string& what);
 
 // Tasks.
 int applyCommand(const Invocation& invocation);
@@ -89,6 +118,20 @@ int deleteCommand(const Invocation& invocation);
 int scheduleListCommand(const Invocation& invocation);
 int scheduleShowCommand(const Invocation& invocation);
 int scheduleDeleteCommand(const Invocation& invocation);
+
+// Users, groups and rights.
+int grantCommand(const Invocation& invocation);
+int revokeCommand(const Invocation& invocation);
+int whoamiCommand(const Invocation& invocation);
+int userAddCommand(const Invocation& invocation);
+int userChangeCommand(const Invocation& invocation);
+int userRemoveCommand(const Invocation& invocation);
+int userListCommand(const Invocation& invocation);
+int groupAddCommand(const Invocation& invocation);
+int groupRemoveCommand(const Invocation& invocation);
+int groupListCommand(const Invocation& invocation);
+int groupJoinCommand(const Invocation& invocation);
+int groupLeaveCommand(const Invocation& invocation);
 
 // What is to come, and what was.
 int queueCommand(const Invocation& invocation);

@@ -195,6 +195,7 @@ int queueCommand(const Invocation& invocation) {
     return rule == rules.end() ? textOf(kInvokedAgain) : rule->second;
   };
   const auto queue = store.definitions().executions();
+  if (queue.empty()) store.requireVisible(invocation, Administration::Counted::kExecutions);
   if (invocation.json) {
     Json array = Json::array();
     for (const Execution& execution : queue) {
@@ -267,6 +268,7 @@ int historyCommand(const Invocation& invocation) {
   const auto runs =
       inTrees(invocation.task.empty() ? histories(session, std::nullopt) : historiesOf(store, invocation.task),
               invocation.count, session);
+  if (runs.empty()) store.requireVisible(invocation, Administration::Counted::kRuns);
   if (invocation.json) {
     Json array = Json::array();
     for (const ListedRun& listed : runs) array.push_back(jsonOf(*listed.run, session));
@@ -309,6 +311,9 @@ int logCommand(const Invocation& invocation) {
   MDTaskHistoryType home(ctx, session.context(), rc, sqlCode);
   session.check(rc, sqlCode, "opening the history");
   const auto run = wrapped<MDTaskHistory>(ctx, home.retrieve(ctx, session.context(), invocation.run, rc, sqlCode));
+  if (rc == kStoreNotAuthorised) {
+    throw store.lacking(invocation, Administration(session).taskOfRun(invocation.run).value_or(""), TaskRight::kRead);
+  }
   if (!session.checkUnless(kStoreNotFound, rc, sqlCode, fmt::format("reading run {}", invocation.run))) {
     throw HostError(kExitNotFound, fmt::format("no run {}; 'meskctl history' shows all", invocation.run));
   }

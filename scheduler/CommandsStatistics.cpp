@@ -147,6 +147,9 @@ int statsCommand(const Invocation& invocation) {
   OpenStore store(invocation);
   Session& session = store.session();
   const auto all = invocation.task.empty() ? allStatistics(store) : statisticOf(store, invocation.task);
+  if (all.empty() && store.definitions().tasks().empty()) {
+    store.requireVisible(invocation, Administration::Counted::kTasks);
+  }
   if (invocation.json) {
     Json array = Json::array();
     for (const Named& named : all) array.push_back(jsonOf(named, session));

@@ -88,6 +88,17 @@ void tell(const Invocation& invocation, const std::vector<Applied>& report) {
                                             errors.size() == 1 ? "" : "s", invocation.file, more));
 }
 
+/// Making a task is for administrators, changing one needs the rights on it. Asked before anything is done, so that
+/// the first task that fails is told by its name.
+void requireForAll(OpenStore& store, const Invocation& invocation, const std::vector<TaskDefinition>& definitions) {
+  Administration administration(store.session());
+  for (const TaskDefinition& definition : definitions) {
+    const bool exists = administration.taskID(definition.name).has_value();
+    store.require(invocation, definition.name,
+                  exists ? Needs{{TaskRight::kRead, TaskRight::kUpdate}} : Needs{{}, true});
+  }
+}
+
 int switchSchedule(const Invocation& invocation, bool enabled) {
   OpenStore store(invocation);
   const bool changed = store.definitions().setEnabled(invocation.task, enabled);
@@ -165,6 +176,7 @@ int applyCommand(const Invocation& invocation) {
     return kExitOk;
   }
   OpenStore store(invocation, address);
+  requireForAll(store, invocation, file.tasks);
   std::vector<Applied> report;
   try {
     const Progress progress(invocation, file.tasks.size());
@@ -178,6 +190,7 @@ int applyCommand(const Invocation& invocation) {
 
 int exportCommand(const Invocation& invocation) {
   OpenStore store(invocation);
+  if (store.definitions().tasks().empty()) store.requireVisible(invocation, Administration::Counted::kTasks);
   const std::string file = writeTaskFile(store.definitions().exported(invocation.names));
   if (invocation.json) {
     printJson(Json{{"tasks", file}});
@@ -192,6 +205,7 @@ int listCommand(const Invocation& invocation) {
   Session& session = store.session();
   ThreadContext& ctx = session.ctx();
   const auto tasks = store.definitions().tasks();
+  if (tasks.empty()) store.requireVisible(invocation, Administration::Counted::kTasks);
   if (invocation.json) {
     Json array = Json::array();
     for (const auto& task : tasks) array.push_back(jsonOf(*task, session));

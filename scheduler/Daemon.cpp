@@ -29,6 +29,7 @@
 #include <scheduler/Administration.h>
 #include <scheduler/Outbox.h>
 #include <scheduler/StoreWork.h>
+#include <scheduler/Utf8.h>
 
 namespace mesk::host {
 namespace {
@@ -79,6 +80,15 @@ void drain(int fd) {
 
 void report(const std::string& line) { spdlog::info("{}", line); }
 
+/// The tasks of all users are run and accounted for.
+void requireSuperuser(Session& session) {
+  if (Administration(session).isSuperuser(session.user())) return;
+  throw HostError(
+      kExitRefused,
+      fmt::format("{} is no superuser of the store {}; 'meskctl user add {} --superuser' by one makes him one",
+                  inCapitals(session.user()), session.address().path(), inCapitals(session.user())));
+}
+
 }  // namespace
 
 std::string systemZone() {
@@ -106,6 +116,7 @@ Daemon::Daemon(const StoreAddress& address, DaemonOptions options, std::unique_p
       launcher_(client_),
       mail_(std::move(mail)),
       clockOffset_(clockMillis() - steadyMillis()) {
+  requireSuperuser(session_);
   MDUtility::initLatch();
   // Asked by the scheduler's own work, on its thread and within its unit of work.
   setContactSource([this](const std::string& group) { return Administration(session_).contactsOf(group); });

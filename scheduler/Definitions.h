@@ -174,6 +174,7 @@ class Definitions {
   };
 
   TaskDefinition readRecord(MDTask& task);
+  Owned unreadable(const std::string& name);
   std::vector<std::unique_ptr<MDSharedNamedSchedule>> sharedOf(MDTask& task);
   std::vector<StoredRule> rules(StoredSchedule& schedule);
   void refuseRemoval(MDTask& task, const std::string& name);

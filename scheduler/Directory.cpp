@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <set>
 
-#include <mesk/session/MDUser.h>
-
 namespace mesk::host {
 namespace {
 
@@ -43,17 +41,7 @@ const char* textOf(Applied::Kind kind) {
 }
 
 UserDefinition Directory::user(const std::string& name) {
-  ThreadContext& ctx = session_.ctx();
-  MDUser record(ctx, name.c_str());
-  int rc = 0;
-  int sqlCode = 0;
-  UserDefinition user;
-  user.name = name;
-  user.superuser = record.isSuperuser(ctx, session_.context(), rc, sqlCode) != 0;
-  session_.check(rc, sqlCode, fmt::format("reading user '{}'", name));
-  user.admin = record.isAdmin(ctx, session_.context(), rc, sqlCode) != 0;
-  session_.check(rc, sqlCode, fmt::format("reading user '{}'", name));
-  return user;
+  return {name, administration_.isSuperuser(name), administration_.isAdministrator(name)};
 }
 
 GroupDefinition Directory::group(const std::string& name) {

@@ -31,7 +31,7 @@ constexpr std::array kMeanings{
     Meaning{30024, kExitStoreFailed, "another process holds the store for too long"},
     Meaning{30025, kExitStoreFailed, "the disk is full"},
     Meaning{30026, kExitStoreFailed, "the connection to the store is gone"},
-    Meaning{30027, kExitRefused, "the user lacks the right to do that"},
+    Meaning{30027, kExitRefused, "a right to do that is missing"},
     Meaning{30028, kExitNoStore, "the store's file is damaged"},
     Meaning{30030, kExitStoreFailed, "the database refused the operation"},
     Meaning{30099, kExitStoreFailed, "the store's library failed inside"},

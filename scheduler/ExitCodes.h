@@ -14,7 +14,7 @@ enum ExitCode : int {
   kExitUsage = 2,           ///< the command line is wrong
   kExitBadFile = 3,         ///< the task file cannot be read or is wrong
   kExitNotFound = 4,        ///< no such task or run
-  kExitRefused = 5,         ///< in use, or changed by somebody else meanwhile
+  kExitRefused = 5,         ///< in use, changed by somebody else meanwhile, or without the right to it
   kExitNoStore = 6,         ///< the store cannot be opened
   kExitNoJvm = 7,           ///< no Java virtual machine, or it refused to start
   kExitNoStoreClass = 8,    ///< the store's Java library is missing or is not of this version
@@ -43,6 +43,7 @@ enum StoreCode : int {
   kStoreClaimed = 30015,
   kStoreInUse = 30016,
   kStoreInvalid = 30017,
+  kStoreNotAuthorised = 30027,
 };
 
 /// A store operation that failed.

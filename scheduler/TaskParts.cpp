@@ -149,14 +149,7 @@ std::vector<Right> TaskParts::rights(MDTask& task) {
   return rights;
 }
 
-bool TaskParts::isSuperuser(const std::string& user) {
-  MDUser record(ctx_, user.c_str());
-  int rc = 0;
-  int sqlCode = 0;
-  const bool is = record.isSuperuser(ctx_, session_.context(), rc, sqlCode) != 0;
-  session_.check(rc, sqlCode, fmt::format("reading user '{}'", user));
-  return is;
-}
+bool TaskParts::isSuperuser(const std::string& user) { return Administration(session_).isSuperuser(user); }
 
 std::vector<std::string> TaskParts::starts(MDTask& task) {
   std::vector<std::string> names;

@@ -32,13 +32,14 @@ void declare(CLI::App& app, const std::vector<Command>& commands, const std::str
     subcommand->callback([&chosen, &invocation, &command, name] {
       chosen = &command;
       invocation.command = name;
+      invocation.needs = command.needs;
     });
   }
 }
 
 int run(int argc, char** argv) {
-  CLI::App app("Defines the tasks of a Mesk store, and tells how they do.", "meskctl");
   Invocation invocation;
+  CLI::App app("Defines the tasks of a Mesk store, and tells how they do.", "meskctl");
   app.add_option("--store", invocation.store,
                  "The store: a file, or a JDBC URL. Default: the environment variable MESK_STORE")
       ->type_name("FILE-OR-URL");
@@ -61,7 +62,12 @@ int run(int argc, char** argv) {
     if (error.get_exit_code() == 0) return app.exit(error);  // help or version
     throw HostError(kExitUsage, fmt::format("{}; 'meskctl --help' tells more", error.what()));
   }
-  return chosen->run(invocation);
+  try {
+    return chosen->run(invocation);
+  } catch (const StoreError& error) {
+    if (error.code() != kStoreNotAuthorised) throw;
+    throw HostError(kExitRefused, refusalText(invocation, error.what()));
+  }
 }
 
 }  // namespace

@@ -126,6 +126,18 @@ public final class Administration {
         });
     }
 
+    /** The name of the task that ran, for whoever asks; null and NOT_FOUND when there is no such run. */
+    public static String taskOfRun(Context context, long taskHistoryID, PARLException exception) {
+        return Operation.read(context, exception, null, database -> {
+            String name = database.sql().first("SELECT coalesce(task_name, '') FROM task_history"
+                + " WHERE task_history_id = ?", row -> row.getString(1), taskHistoryID);
+            if (name == null) {
+                throw new StoreException(StoreCodes.NOT_FOUND, "there is no run " + taskHistoryID);
+            }
+            return name;
+        });
+    }
+
     /** The names of the tasks that the session's user has a right on (see Rights), in order; 30013 for none. */
     public static ArrayList<?> listTasksWith(Context context, int right, PARLException exception) {
         return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED,

@@ -121,6 +121,7 @@ abstract class RightsContract extends StoreFixture {
         allow(EVERYBODY, "Administration.listUsers Administration.listGroups Administration.listMembers"
             + " Administration.listContacts Administration.listContactGroups Administration.contactsOf"
             + " Administration.contactAddress Administration.markedScheduler Administration.taskID"
+            + " Administration.taskOfRun"
             + " Administration.count");
         allow("RS", "Administration.listTasksWith Administration.listSteps");
         allow("US", "Administration.setContacts Administration.setGroupMembers Administration.setSuccessCodes");
@@ -608,7 +609,7 @@ abstract class RightsContract extends StoreFixture {
                 List.of(schedule.getScheduleID(), looseRule.getScheduleEventID());
             case "Administration.taskID" -> List.of("guarded");
             case "Administration.count" -> List.of(1);
-            case "Administration.listSteps" -> List.of(history.getTaskHistoryID());
+            case "Administration.listSteps", "Administration.taskOfRun" -> List.of(history.getTaskHistoryID());
             case "Administration.setContacts" ->
                 List.of(notification.getNotificationActionID(), new String[0], new String[0]);
             case "Administration.setGroupMembers" -> List.of(task.getTaskID(), 0, new long[0], new int[0]);
