@@ -118,7 +118,7 @@ int run(int argc, char** argv) {
       ->type_name("FD");
   app.set_version_flag("--version", std::string("meskd ") + kVersion);
   app.footer(
-      "Exit codes: 0 stopped, 2 usage, 6 store cannot be opened, 7 no JVM, 8 store library missing,\n"
+      "Exit codes: 0 stopped, 2 usage, 5 no superuser, 6 store cannot be opened, 7 no JVM, 8 store library missing,\n"
       "10 another meskd works on the store. See meskd(8).");
   try {
     app.parse(argc, argv);
