@@ -126,6 +126,10 @@ const std::vector<Command>& commands() {
        [](CLI::App& app, Invocation& invocation) {
          declareTask(app, invocation);
          declareCount(app, invocation, "How many starts");
+         app.add_option("--zone", invocation.zone, "By the rules alone, in another time zone")->type_name("ZONE");
+         app.add_option("--from", invocation.from, "By the rules alone, from that date or date and time on")
+             ->type_name("DATE");
+         app.add_flag("--chart", invocation.chart, "By the rules alone, the whole year as a calendar");
        },
        nextCommand,
        {},

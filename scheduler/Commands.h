@@ -46,6 +46,9 @@ struct Invocation {
   std::string shell;
   long long run = 0;
   std::size_t count = 20;
+  std::string zone;  ///< empty: that of this process
+  std::string from;  ///< a date, or a date and a time; empty: now
+  bool chart = false;
   bool dryRun = false;
   bool namesOnly = false;
   bool results = false;

@@ -1,7 +1,11 @@
 // Commands about what is to come and what was.
 #include <fmt/format.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <set>
 
@@ -11,11 +15,14 @@
 #include <mesk/schedule/MDScheduleEventType.h>
 #include <platform/Clock.h>
 #include <scheduler/Administration.h>
+#include <scheduler/Chart.h>
 #include <scheduler/Commands.h>
 #include <scheduler/RunDirectory.h>
 #include <scheduler/RunLauncher.h>
 #include <scheduler/Scheduler.h>
 #include <scheduler/Units.h>
+#include <scheduler/Zone.h>
+#include <scheduler/ZoneCheck.h>
 
 namespace mesk::host {
 namespace {
@@ -171,6 +178,144 @@ std::string endedWithLine(std::string text) {
   return text;
 }
 
+/// Of one day below a calendar.
+constexpr std::size_t kNotesADay = 3;
+
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
+/// A line of the preview: a start, or an instant that a change of the clocks left out.
+struct PreviewLine {
+  std::optional<std::int64_t> start;
+  std::int64_t moment;  ///< where it stands among the others
+  const Upcoming* of;
+  std::vector<ClockMark> marks;
+};
+
+/// By time; `upcoming` must live as long.
+std::vector<PreviewLine> linesOf(const std::vector<Upcoming>& upcoming) {
+  std::vector<PreviewLine> lines;
+  for (const Upcoming& next : upcoming) {
+    for (const ClockMark& skipped : next.clocks.skipped) {
+      lines.push_back({std::nullopt, skipped.change->at * 1000, &next, {skipped}});
+    }
+    lines.push_back({next.start, next.start, &next, next.clocks.marks});
+  }
+  std::stable_sort(lines.begin(), lines.end(),
+                   [](const PreviewLine& a, const PreviewLine& b) { return a.moment < b.moment; });
+  return lines;
+}
+
+std::string marksText(const std::vector<ClockMark>& marks) {
+  std::string text;
+  for (const ClockMark& mark : marks) text += (text.empty() ? "" : "; ") + textOf(mark);
+  return text;
+}
+
+std::string wallText(WallTime wall) {
+  const std::string time = timeOf(wall);
+  return dateOf(wall) + "T" + time + (time.size() == 5 ? ":00" : "");
+}
+
+Json jsonOf(const std::vector<PreviewLine>& lines) {
+  Json array = Json::array();
+  for (const PreviewLine& line : lines) {
+    Json object;
+    putTime(object, "start", line.start);
+    object["why"] = line.of->why;
+    object["overdue"] = line.start && line.of->overdue;
+    Json marks = Json::array();
+    for (const ClockMark& mark : line.marks) {
+      Json one;
+      one["mark"] = nameOf(mark.kind);
+      one["asked"] = wallText(mark.asked);
+      one["is"] = line.start ? Json(wallText(mark.is)) : Json(nullptr);
+      putTime(one, "change", mark.change ? std::optional(mark.change->at * 1000) : std::nullopt);
+      one["text"] = textOf(mark);
+      marks.push_back(one);
+    }
+    object["clocks"] = marks;
+    array.push_back(object);
+  }
+  return array;
+}
+
+/// What the clocks did is the longest word of a line and the one that must not be cut. Without any the column is left
+/// out.
+Table tableOf(const std::vector<PreviewLine>& lines) {
+  const bool marked = std::any_of(lines.begin(), lines.end(), [](const auto& line) { return !line.marks.empty(); });
+  std::vector<Table::Column> columns{{"START"}, {"CAUSE"}};
+  if (marked) columns.push_back({"CLOCKS", Table::Align::kLeft, true});
+  Table table(columns);
+  for (const PreviewLine& line : lines) {
+    table.add({timeText(line.start), line.start && line.of->overdue ? line.of->why + " (overdue)" : line.of->why,
+               marksText(line.marks)});
+  }
+  return table;
+}
+
+/// The moment that "2026-03-29" or "2026-03-29 12:00" is here.
+std::int64_t momentOf(Definitions& definitions, const std::string& text) {
+  ScheduleRule moment;
+  try {
+    setStart(moment, text.size() == 10 ? text + " 00:00" : text);
+  } catch (const FormatError& wrong) {
+    throw HostError(kExitUsage, fmt::format("--from {}: {}", text, wrong.what()));
+  }
+  return definitions.startOf(moment).value_or(0);
+}
+
+/// What is foretold in a zone that the JVM knows otherwise is not what would fire there.
+void requireSameZone(Session& session, time64 from) {
+  const auto differences = compareZone(session, from, kZoneYears);
+  if (differences.empty()) return;
+  throw HostError(kExitUsage, zoneWarnings(zoneName(), differences, 1).front());
+}
+
+/// The year of `from` as a calendar, with what the clocks did below it.
+int chartOf(const Invocation& invocation, Definitions& definitions, MDTask& task, std::int64_t from) {
+  const std::string year = dateOf(wallAt(from / 1000)).substr(0, 4);
+  const std::int64_t begin = momentOf(definitions, year + "-01-01");
+  const std::int64_t last = momentOf(definitions, year + "-12-31 23:59:59");
+  const auto upcoming = definitions.byRules(task, begin, last, std::numeric_limits<std::size_t>::max());
+  const auto lines = linesOf(upcoming);
+  YearChart chart(std::stoi(year));
+  std::map<std::string, std::size_t> days;
+  for (const PreviewLine& line : lines) {
+    const WallTime wall = line.start ? wallAt(*line.start / 1000) : line.marks.front().asked;
+    if (line.start) {
+      chart.addRun(wall);
+      ++days[dateOf(wall)];
+    }
+    if (!line.marks.empty()) chart.mark(wall);
+  }
+  if (invocation.json) {
+    Json object;
+    object["task"] = invocation.task;
+    object["zone"] = zoneName();
+    object["year"] = std::stoi(year);
+    object["days"] = days;
+    std::vector<PreviewLine> marked;
+    std::copy_if(lines.begin(), lines.end(), std::back_inserter(marked),
+                 [](const PreviewLine& line) { return !line.marks.empty(); });
+    object["marked"] = jsonOf(marked);
+    printJson(object);
+    return kExitOk;
+  }
+  print(forOutput(fmt::format("{}, {}: {}\n", year, zoneName(), invocation.task)));
+  print(chart.text(Table::terminalWidth(STDOUT_FILENO), ::isatty(STDOUT_FILENO) != 0));
+  std::map<std::string, std::vector<std::string>> notes;
+  for (const PreviewLine& line : lines) {
+    for (const ClockMark& mark : line.marks) notes[dateOf(line.start ? mark.is : mark.asked)].push_back(textOf(mark));
+  }
+  for (const auto& [day, texts] : notes) {
+    for (std::size_t i = 0; i < std::min(texts.size(), kNotesADay); ++i) {
+      print(forOutput(fmt::format("! {} {}\n", day, texts[i])));
+    }
+    if (texts.size() > kNotesADay) print(fmt::format("! {} and {} more\n", day, texts.size() - kNotesADay));
+  }
+  return kExitOk;
+}
+
 }  // namespace
 
 std::string resultText(int status, int returnCode) {
@@ -230,34 +375,35 @@ int queueCommand(const Invocation& invocation) {
 }
 
 int nextCommand(const Invocation& invocation) {
+  // The JVM takes its zone when it starts.
+  if (!invocation.zone.empty() && !enterZone(invocation.zone)) {
+    throw HostError(kExitUsage,
+                    fmt::format("there is no time zone '{}'; expected a name such as Europe/Berlin", invocation.zone));
+  }
   OpenStore store(invocation);
-  const auto task = store.definitions().find(invocation.task);
-  const auto upcoming = store.definitions().upcoming(*task, invocation.count);
+  Definitions& definitions = store.definitions();
+  const auto task = definitions.find(invocation.task);
+  const std::int64_t from = invocation.from.empty() ? clockMillis() : momentOf(definitions, invocation.from);
+  if (!invocation.zone.empty()) requireSameZone(store.session(), from / 1000);
+  if (invocation.chart) return chartOf(invocation, definitions, *task, from);
+
+  const bool byRules = !invocation.zone.empty() || !invocation.from.empty();
+  const auto upcoming = byRules ? definitions.byRules(*task, from, kNever, invocation.count)
+                                : definitions.upcoming(*task, invocation.count);
+  const auto lines = linesOf(upcoming);
   if (invocation.json) {
-    Json array = Json::array();
-    for (const Upcoming& next : upcoming) {
-      Json object;
-      putTime(object, "start", next.start);
-      object["why"] = next.why;
-      object["overdue"] = next.overdue;
-      array.push_back(object);
-    }
-    printJson(array);
+    printJson(jsonOf(lines));
     return kExitOk;
   }
   if (upcoming.empty()) {
-    const bool enabled = task->getScheduleEnable(store.session().ctx()) != 0;
+    const bool enabled = byRules || task->getScheduleEnable(store.session().ctx()) != 0;
     say(invocation, fmt::format("task '{}' has no next start{}", invocation.task,
                                 enabled ? ""
                                         : fmt::format(": its schedule is disabled; 'meskctl enable {}' switches it on",
                                                       invocation.task)));
     return kExitOk;
   }
-  Table table({{"START"}, {"CAUSE"}});
-  for (const Upcoming& next : upcoming) {
-    table.add({timeText(next.start), next.overdue ? next.why + " (overdue)" : next.why});
-  }
-  print(table);
+  print(tableOf(lines));
   return kExitOk;
 }
 

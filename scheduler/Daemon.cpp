@@ -30,11 +30,14 @@
 #include <scheduler/Outbox.h>
 #include <scheduler/StoreWork.h>
 #include <scheduler/Utf8.h>
+#include <scheduler/Zone.h>
+#include <scheduler/ZoneCheck.h>
 
 namespace mesk::host {
 namespace {
 
 constexpr std::int64_t kAgainMillis = 5'000;
+constexpr std::size_t kMostZoneWarnings = 10;
 constexpr std::int64_t kPruneEveryMillis = 24LL * 3600 * 1000;
 
 /// A clock that nobody sets: how long something takes is measured by it.
@@ -90,14 +93,6 @@ void requireSuperuser(Session& session) {
 }
 
 }  // namespace
-
-std::string systemZone() {
-  std::error_code error;
-  const std::string target = std::filesystem::read_symlink("/etc/localtime", error).string();
-  constexpr std::string_view kFolder = "zoneinfo/";
-  const auto at = target.find(kFolder);
-  return error || at == std::string::npos ? std::string() : target.substr(at + kFolder.size());
-}
 
 void Daemon::blockSignals() {
   const sigset_t set = stopSignals();
@@ -187,11 +182,24 @@ void Daemon::load() {
     mailer_ = std::make_unique<Mailer>(session_.address(), *mail_, options_.mailGiveUpSeconds);
   }
   if (mail_ == nullptr && Outbox(session_).nextTry()) tellOfMessages();
+  checkZone();
   spdlog::info("{} execution(s) in the queue of {}", MDTaskExecList::getInstance()->size(0), session_.address().path());
   if (options_.readyFd >= 0) {
     [[maybe_unused]] const ssize_t written = ::write(options_.readyFd, "ready\n", 6);
     ::close(options_.readyFd);
     options_.readyFd = -1;
+  }
+}
+
+/// Says where the C library and the JVM differ about the zone. Once: neither changes its mind while it runs.
+void Daemon::checkZone() {
+  if (zoneChecked_) return;
+  zoneChecked_ = true;
+  try {
+    const auto differences = compareZone(session_, clockMillis() / 1000, kZoneYears);
+    for (const std::string& line : zoneWarnings(zoneName(), differences, kMostZoneWarnings)) spdlog::warn("{}", line);
+  } catch (const std::exception& error) {
+    spdlog::warn("the time zone could not be checked: {}", error.what());
   }
 }
 

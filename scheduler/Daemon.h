@@ -51,6 +51,7 @@ class Daemon {
  private:
   bool step();
   void load();
+  void checkZone();
   template <class Work>
   void guarded(Work work);
   void wait(std::optional<std::int64_t> until);
@@ -78,6 +79,7 @@ class Daemon {
   std::unique_ptr<Scheduler> scheduler_;
 
   bool loaded_ = false;
+  bool zoneChecked_ = false;
   bool stopping_ = false;
   bool ended_ = false;
   bool restart_ = false;
@@ -89,8 +91,5 @@ class Daemon {
   std::int64_t pruneAt_ = 0;
   std::int64_t clockOffset_;  ///< of the system's clock from that one, as last looked at
 };
-
-/// The name of the system's time zone, from /etc/localtime; empty when that does not say.
-std::string systemZone();
 
 }  // namespace mesk::host

@@ -68,10 +68,6 @@ class Similar {
   std::string similar_;
 };
 
-bool belongsTo(const Execution& execution, const MDTask& task, ThreadContext& ctx) {
-  return execution.taskID == task.getTaskID(ctx) && execution.suffix == task.getSuffix(ctx);
-}
-
 /// Whether this is what the rule has in the queue. A run counts only where the next instant is counted from its end:
 /// otherwise that was queued when the run began.
 bool represents(const Execution& execution, const StoredRule& rule) {
@@ -381,7 +377,7 @@ int Definitions::plan(MDTask& task, std::vector<Execution>& queue) {
 
 void Definitions::clearSchedule(MDTask& task, std::vector<Execution>& queue) {
   std::erase_if(queue, [&](Execution& execution) {
-    if (!execution.isPending() || !belongsTo(execution, task, ctx_)) return false;
+    if (!execution.isPending() || !execution.belongsTo(task, ctx_)) return false;
     int sqlCode = 0;
     session_.check(execution.record->deleteIt(ctx_, session_.context(), sqlCode), sqlCode,
                    fmt::format("removing execution {}", execution.id));
@@ -437,7 +433,7 @@ Execution Definitions::enqueue(MDTask& task, StartedBy by, const StoredRule* rul
 void Definitions::updateNextStart(MDTask& task, const std::vector<Execution>& queue) {
   std::optional<std::int64_t> earliest;
   for (const Execution& execution : queue) {
-    if (!execution.queued || !execution.start || !belongsTo(execution, task, ctx_)) continue;
+    if (!execution.queued || !execution.start || !execution.belongsTo(task, ctx_)) continue;
     earliest = std::min(earliest.value_or(*execution.start), *execution.start);
   }
   if (earliest) {
@@ -459,7 +455,7 @@ void Definitions::remove(const std::string& name) {
   session_.transact([&] {
     const Owned task = find(name);
     for (Execution& execution : executions()) {
-      if (execution.queued && execution.run != kNone && belongsTo(execution, *task, ctx_)) settleRetry(execution);
+      if (execution.queued && execution.run != kNone && execution.belongsTo(*task, ctx_)) settleRetry(execution);
     }
     int sqlCode = 0;
     const int code = task->deleteIt(ctx_, session_.context(), sqlCode);
@@ -529,7 +525,7 @@ bool Definitions::setEnabled(const std::string& name, bool enabled) {
 bool Definitions::switchSchedule(MDTask& task, bool enabled) {
   if ((task.getScheduleEnable(ctx_) != 0) == enabled) return false;
   auto queue = executions();
-  std::erase_if(queue, [&](const Execution& execution) { return !belongsTo(execution, task, ctx_); });
+  std::erase_if(queue, [&](const Execution& execution) { return !execution.belongsTo(task, ctx_); });
   task.setScheduleEnable(ctx_, enabled ? 1 : 0);
   auto now = session_.timestamp(clockMillis());
   task.setModified(ctx_, &now);
@@ -588,50 +584,6 @@ std::optional<std::int64_t> Definitions::firstInstant(MDScheduleEvent& event, co
   const auto first = session_.millis(event.getNextScheduledTime(ctx_, &from, 1));
   if (rule.recurring == 0 && first != start) return std::nullopt;
   return first;
-}
-
-/// The first instant after another, and from now on.
-std::optional<std::int64_t> Definitions::nextInstant(MDScheduleEvent& event, std::int64_t instant) {
-  auto from = session_.timestamp(instant);
-  return session_.millis(event.getNextScheduledTime(ctx_, &from, 0));
-}
-
-std::vector<Upcoming> Definitions::upcoming(MDTask& task, std::size_t count) {
-  const std::int64_t now = clockMillis();
-  const TaskDefinition definition = readRecord(task);
-  const auto taskRules = rules(task);
-  auto queue = executions();
-  std::erase_if(queue, [&](const Execution& e) { return !e.queued || !e.start || !belongsTo(e, task, ctx_); });
-  std::vector<Upcoming> result;
-  for (const Execution& execution : queue) {
-    if (execution.isPending()) continue;
-    std::string why = execution.runNow ? "run now" : execution.followOn ? "follow-on" : "again";
-    if (execution.run != kNone) why = fmt::format("retry of run {}", execution.run);
-    result.push_back({*execution.start, std::move(why), *execution.start <= now});
-  }
-  for (const StoredRule& rule : taskRules) {
-    const auto pending = std::find_if(queue.begin(), queue.end(), [&rule](const Execution& execution) {
-      return execution.isPending() && execution.ruleID == rule.id;
-    });
-    if (pending == queue.end()) continue;
-    const std::string words = rule.words();
-    std::int64_t instant = *pending->start;
-    for (std::size_t i = 0; i < count; ++i) {
-      result.push_back({instant, words, instant <= now});
-      if (rule.rule.recurring == 0) break;
-      // As the scheduler goes on from a run; instants that passed run only where the task wants each of them.
-      std::optional<ClockAt> then;
-      if (instant > now || definition.options.missed == RunOptions::Missed::kAll) then.emplace(instant);
-      const auto next = nextInstant(*rule.record, instant);
-      // Results travel as fourteen digits: after the year 9999 they begin again.
-      if (!next || *next <= instant) break;
-      instant = *next;
-    }
-  }
-  std::stable_sort(result.begin(), result.end(),
-                   [](const Upcoming& a, const Upcoming& b) { return a.start < b.start; });
-  if (result.size() > count) result.resize(count);
-  return result;
 }
 
 /// The change is made whoever hears of it.

@@ -17,6 +17,7 @@
 #include <mesk/tasks/MDTask.h>
 #include <mesk/values/SimpleDateFormat.h>
 #include <scheduler/Applied.h>
+#include <scheduler/ClockChanges.h>
 #include <scheduler/Directory.h>
 #include <scheduler/RecordCodes.h>
 #include <scheduler/ScheduleRule.h>
@@ -61,6 +62,9 @@ struct Execution {
 
   /// Queued by a rule and not begun, in contrast to a retry.
   bool isPending() const { return queued && run == -1 && ruleID != -1; }
+  bool belongsTo(const MDTask& task, ThreadContext& ctx) const {
+    return taskID == task.getTaskID(ctx) && suffix == task.getSuffix(ctx);
+  }
 };
 
 /// A start that is to come.
@@ -68,6 +72,7 @@ struct Upcoming {
   std::int64_t start = 0;
   std::string why;       ///< its rule in words, or what else starts it
   bool overdue = false;  ///< its moment has passed, and no scheduler started it yet
+  ClockMarks clocks;     ///< what changes of the clocks did to it, and left out before it
 };
 
 /// A task file that does not fit the store; what is wrong is told as `readTaskFile` tells it.
@@ -156,6 +161,28 @@ class Definitions {
   /// that if no run is in the way of the next.
   std::vector<Upcoming> upcoming(MDTask& task, std::size_t count);
 
+  /// What the rules of a task bring by themselves, whatever the queue has: its starts as if it had been applied just
+  /// before `from`, up to and with `until`, at most `count`, in order.
+  std::vector<Upcoming> byRules(MDTask& task, std::int64_t from, std::int64_t until, std::size_t count);
+
+  /// How far to look for starts.
+  struct Horizon {
+    std::int64_t now;    ///< in milliseconds, as `until`
+    std::int64_t until;  ///< the last that counts
+    std::size_t count;   ///< of each rule
+    bool replay;         ///< whether instants that passed run each
+  };
+
+  /// Adds the starts of a rule from its instant `first` on.
+  void foretell(const StoredRule& rule, std::int64_t first, const Horizon& horizon, std::vector<Upcoming>& starts);
+
+  /// The start of a rule, in milliseconds; nothing when it has none.
+  std::optional<std::int64_t> startOf(const ScheduleRule& rule);
+
+  /// The instant of a rule that the scheduler goes on with after another one, whatever the time is now; nothing after
+  /// the last. What is foretold and what fires come from here.
+  std::optional<std::int64_t> instantAfter(const MDScheduleEvent& event, std::int64_t instant);
+
  private:
   using Owned = std::unique_ptr<MDTask>;
   static constexpr int kSuffix = 0;
@@ -205,9 +232,7 @@ class Definitions {
   void update(MDTask& task);
 
   ScheduleRule ruleOf(MDScheduleEvent& event);
-  std::optional<std::int64_t> startOf(const ScheduleRule& rule);
   std::optional<std::int64_t> firstInstant(MDScheduleEvent& event, const ScheduleRule& rule);
-  std::optional<std::int64_t> nextInstant(MDScheduleEvent& event, std::int64_t instant);
   long long parsed(const SimpleDateFormat& format, const std::string& text);
   void announce();
 

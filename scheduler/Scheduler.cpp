@@ -877,14 +877,10 @@ std::unique_ptr<MDScheduleEvent> Scheduler::rule(const MDTaskExec& exec) {
   return found ? std::move(result) : nullptr;
 }
 
-/// The first instant of the execution's rule after `instant`, whatever the time is now. Asked of the rule and not of
-/// the execution, which does not tell a rule that has ended from a store that has failed.
+/// The first instant of the execution's rule after `instant`, whatever the time is now.
 std::optional<std::int64_t> Scheduler::nextAfter(MDTaskExec& exec, std::int64_t instant) {
   const auto rule = this->rule(exec);
-  if (rule == nullptr || rule->getRecurring(session_.ctx()) == 0) return std::nullopt;
-  const ClockAt then(instant);
-  auto from = session_.timestamp(instant);
-  return session_.millis(rule->getNextScheduledTime(session_.ctx(), &from, 0));
+  return rule == nullptr ? std::nullopt : definitions_.instantAfter(*rule, instant);
 }
 
 void Scheduler::queueNext(MDTaskExec& exec, std::int64_t instant) {

@@ -106,8 +106,11 @@ std::string Table::text(std::size_t width) const {
   std::size_t total = columns_.empty() ? 0 : kGap * (columns_.size() - 1);
   for (const std::size_t each : widths) total += each;
   for (; width > 0 && total > width; --total) {
-    const auto widest = std::max_element(widths.begin(), widths.end());
-    if (*widest <= kNarrowest) break;
+    std::size_t* widest = nullptr;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+      if (!columns_[i].whole && (widest == nullptr || widths[i] > *widest)) widest = &widths[i];
+    }
+    if (widest == nullptr || *widest <= kNarrowest) break;
     --*widest;
   }
 

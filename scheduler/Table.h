@@ -14,6 +14,7 @@ class Table {
   struct Column {
     std::string title;  ///< over the column, and the key in JSON
     Align align = Align::kLeft;
+    bool whole = false;  ///< never cut
   };
 
   explicit Table(std::vector<Column> columns);
@@ -22,7 +23,7 @@ class Table {
   void add(std::vector<std::string> row);
 
   /// Aligned lines, each ended; at most `width` columns wide where that is possible at all (0 is no
-  /// limit): the widest columns are cut first, and say so with an ellipsis. Characters count as wide
+  /// limit): the widest columns that may be are cut first, and say so with an ellipsis. Characters count as wide
   /// as a terminal shows them. Control characters, which could steer the terminal, are shown as ?.
   std::string text(std::size_t width) const;
 

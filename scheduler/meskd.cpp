@@ -20,6 +20,7 @@
 #include <scheduler/Programs.h>
 #include <scheduler/SmtpTransport.h>
 #include <scheduler/Units.h>
+#include <scheduler/Zone.h>
 
 namespace {
 
