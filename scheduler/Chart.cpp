@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include <scheduler/Table.h>
+
 namespace mesk::host {
 namespace {
 
@@ -14,6 +16,9 @@ constexpr std::size_t kMostDays = 31;
 constexpr std::size_t kFewestDays = 7;
 constexpr std::array<const char*, 12> kMonths{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+constexpr std::array<const char*, 6> kLegend{"· none",   "1-9 runs", "░ to 99",
+                                             "▒ to 999", "▓ more",   "! changed by the clocks"};
 
 std::string figure(std::size_t runs) {
   if (runs == 0) return "·";
@@ -59,8 +64,15 @@ std::string YearChart::text(std::size_t width, bool terminal) const {
       out += line + "\n";
     }
   }
-  out += "· none  1-9 runs  ░ to 99  ▒ to 999  ▓ more  ! changed by the clocks\n";
-  return out;
+  std::string line;
+  for (const char* const word : kLegend) {
+    if (width != 0 && !line.empty() && displayWidth(line) + 2 + displayWidth(word) > width) {
+      out += line + "\n";
+      line.clear();
+    }
+    line += (line.empty() ? "" : "  ") + std::string(word);
+  }
+  return out + line + "\n";
 }
 
 }  // namespace mesk::host

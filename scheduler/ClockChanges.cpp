@@ -113,7 +113,8 @@ WallTime askedAt(const ScheduleRule& rule, WallTime run) {
 /// The change that moved a run by `shift`: of those from `from` on the nearest that moved the clocks as far, else the
 /// nearest. A day of the month is counted in the season of the 15th, so that a change between the two moves it too.
 std::optional<ClockChange> causeOf(const ScheduleRule& rule, time64 from, time64 run, WallTime shift) {
-  time64 until = run;
+  // A time that a change later on the day leaves out can come out before it.
+  time64 until = isElapsed(rule) ? run : run + kDay;
   if (rule.intervalType == ScheduleRule::kMonthsOnDay) {
     for (const time64 moment : {from, run}) {
       const std::chrono::year_month_day day = calendarDay(wallAt(moment));

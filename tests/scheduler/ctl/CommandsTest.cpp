@@ -217,6 +217,71 @@ TEST_F(CtlTest, NextForetellsTheStartsOfAllRulesInOrder) {
   EXPECT_EQ(done({"next", "by-hand"}).out, "task 'by-hand' has no next start\n");
 }
 
+TEST_F(CtlTest, NextSaysWhatTheChangesOfTheClocksDo) {
+  environment_["TZ"] = "Europe/Berlin";
+  apply("  - {name: early, script: echo, schedule: [{every: day, start: '2089-03-20 02:30'}]}\n");
+  const Json spring = json({"next", "early", "-n", "3", "--from", "2089-03-26"});
+  ASSERT_EQ(spring.size(), 4U) << "a start that is left out has a line and does not count";
+  EXPECT_EQ(spring[0].at("start"), "2089-03-26T02:30:00.000+01:00");
+  EXPECT_TRUE(spring[0].at("clocks").empty());
+  EXPECT_TRUE(spring[1].at("start").is_null());
+  EXPECT_TRUE(spring[1].at("startMs").is_null());
+  const Json& mark = spring[1].at("clocks").at(0);
+  EXPECT_EQ(mark.at("mark"), "skipped");
+  EXPECT_EQ(mark.at("asked"), "2089-03-27T02:30:00");
+  EXPECT_TRUE(mark.at("is").is_null());
+  EXPECT_EQ(mark.at("change"), "2089-03-27T03:00:00.000+02:00");
+  EXPECT_EQ(mark.at("text"), "skipped: 02:30 does not exist on 2089-03-27");
+  EXPECT_EQ(spring[2].at("start"), "2089-03-28T02:30:00.000+02:00");
+
+  const std::string words = done({"next", "early", "-n", "3", "--from", "2089-03-26"}).out;
+  EXPECT_NE(
+      words.find("\n-                         every day from 2089-03-20 02:30:00  skipped: 02:30 does not exist on "
+                 "2089-03-27\n"),
+      std::string::npos)
+      << words;
+  const Json autumn = json({"next", "early", "-n", "1", "--from", "2089-10-30 00:00"});
+  EXPECT_EQ(autumn.at(0).at("clocks").at(0).at("mark"), "second-of-two");
+  EXPECT_EQ(done({"next", "early", "-n", "1"}).out.find("CLOCKS"), std::string::npos);
+}
+
+TEST_F(CtlTest, NextForetellsInAnotherZoneAndOfADisabledTaskByItsRulesAlone) {
+  apply("  - {name: early, script: echo, enabled: false, schedule: [{every: day, start: '2089-03-01 02:30'}]}\n");
+  const Json there = json({"next", "early", "-n", "2", "--zone", "America/New_York", "--from", "2089-03-12 03:00"});
+  ASSERT_EQ(there.size(), 3U);
+  EXPECT_EQ(there[0].at("clocks").at(0).at("asked"), "2089-03-13T02:30:00") << "left out ahead of the first start";
+  EXPECT_EQ(there[1].at("start"), "2089-03-14T02:30:00.000-04:00");
+  EXPECT_EQ(json({"next", "early", "-n", "1", "--zone", "UTC"}).at(0).at("start"), "2089-03-01T02:30:00.000+00:00");
+  EXPECT_EQ(json({"next", "early"}).size(), 0U);
+
+  for (const Words& wrong : {Words{"--zone", "Nowhere"}, Words{"--zone", "right/Europe/Berlin"},
+                             Words{"--from", "soon"}, Words{"--from", "2089-02-30"}}) {
+    Words words{"next", "early"};
+    words.insert(words.end(), wrong.begin(), wrong.end());
+    const Answer answer = ctl(words);
+    EXPECT_EQ(answer.code, 2) << wrong[1];
+    EXPECT_NE(answer.error.find(wrong[1]), std::string::npos) << answer.error;
+  }
+}
+
+TEST_F(CtlTest, AYearIsDrawnWithItsZoneAndItsMarkedDays) {
+  environment_["TZ"] = "Europe/Berlin";
+  apply("  - {name: early, script: echo, schedule: [{every: week, on: sunday, start: '2089-01-01 02:30'}]}\n");
+  const std::string chart = done({"next", "early", "--chart", "--from", "2089-06-01"}).out;
+  EXPECT_TRUE(chart.starts_with("2089, Europe/Berlin: early\n")) << chart;
+  EXPECT_NE(chart.find("\nFeb  1 · · · · · 1 · · · · · · 1 "), std::string::npos) << chart;
+  EXPECT_NE(chart.find("\nMar  1 · · · · · 1 · · · · · · 1 · · · · · · 1 · · · · · ·!· · · · ·\n"), std::string::npos)
+      << chart;
+  EXPECT_NE(chart.find("\n! 2089-03-27 skipped: 02:30 does not exist on 2089-03-27\n"), std::string::npos) << chart;
+  EXPECT_NE(chart.find("\n! 2089-10-30 02:30 comes twice: this is the second\n"), std::string::npos) << chart;
+  const Json object = json({"next", "early", "--chart", "--from", "2089-06-01"});
+  EXPECT_EQ(object.at("zone"), "Europe/Berlin");
+  EXPECT_EQ(object.at("year"), 2089);
+  EXPECT_EQ(object.at("days").size(), 51U) << "51 or 52 Sundays less the one that lacks the time";
+  EXPECT_EQ(object.at("days").at("2089-03-20"), 1);
+  EXPECT_EQ(object.at("marked").size(), 2U);
+}
+
 TEST_F(CtlTest, ARunByHandIsQueuedOnceWithItsArgumentsAndMeskdRunsIt) {
   apply(kTwoTasks);
   done({"run", "by-hand"});

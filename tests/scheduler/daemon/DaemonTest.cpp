@@ -187,6 +187,31 @@ TEST_F(DaemonTest, AStopDoesNotLoseARunThatEndedWhileTheStoreFailed) {
   EXPECT_EQ(history(), outcome(kFailed, 5));
 }
 
+// A rule in place of a name is read by the C library; the JVM knows names only and has no summer time then.
+TEST_F(DaemonTest, AZoneThatTheJvmReadsOtherwiseIsToldWithItsDatesAndWorkGoesOn) {
+  makeTasks();
+  const std::string outer = std::getenv("TZ");
+  ::setenv("TZ", "XXX-1XXS,M3.5.0,M10.5.0/3", 1);
+  Process daemon(meskd({"--exit-when-idle"}));
+  ::setenv("TZ", outer.c_str(), 1);
+  daemon.awaitReady();
+  EXPECT_EQ(daemon.awaitEnd(), 0) << daemon.said();
+  const std::string& said = daemon.said();
+  const std::string kWarning = "warning zone XXX-1XXS,M3.5.0,M10.5.0/3: from ";
+  const std::size_t first = said.find(kWarning);
+  ASSERT_NE(first, std::string::npos) << said;
+  const std::string line = said.substr(first, said.find('\n', first) - first);
+  EXPECT_NE(line.find(" 01:00 UTC it is +02:00 for the C library and +01:00 for the JVM"), std::string::npos) << line;
+  std::size_t lines = 0;
+  for (std::size_t at = first; at != std::string::npos; at = said.find("warning zone ", at + 1)) ++lines;
+  EXPECT_GE(lines, 9U);
+  EXPECT_LE(lines, 10U);
+
+  Process agreeing(meskd({"--exit-when-idle"}));
+  EXPECT_EQ(agreeing.awaitEnd(), 0);
+  EXPECT_EQ(agreeing.said().find("warning zone"), std::string::npos) << agreeing.said();
+}
+
 TEST_F(DaemonTest, SecretsOfATaskStandInNoLogAndNoCommandLine) {
   makeTasks("    environment: {TOKEN: hunter2-secret}\n");
   Process daemon(meskd());
