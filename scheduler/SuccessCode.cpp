@@ -38,7 +38,7 @@ SuccessCode successCodeFromText(const std::string& text) {
 }
 
 std::string textOf(const SuccessCode& code) {
-  const std::string number = std::to_string(code.code);
+  std::string number = std::to_string(code.code);
   switch (code.condition) {
     case '=':
       return number;

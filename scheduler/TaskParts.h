@@ -1,6 +1,7 @@
 // What hangs on a task beside its record and its rules: steps, success codes, shared schedules, actions, rights.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <set>
