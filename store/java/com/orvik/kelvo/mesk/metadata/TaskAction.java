@@ -47,6 +47,10 @@ public abstract class TaskAction extends Record {
     @Override
     public void updating(Database database) throws SQLException, StoreException {
         validate();
+        TaskAction before = stored(database);
+        if (before.parentTaskID != parentTaskID || before.parentSuffix != parentSuffix) {
+            position = 0;
+        }
         takePlace(database);
     }
 
@@ -89,9 +93,9 @@ public abstract class TaskAction extends Record {
     private void moveTo(Database database, long taskID, int suffix) throws SQLException, StoreException {
         long formerID = parentTaskID;
         int formerSuffix = parentSuffix;
+        int formerPosition = position;
         parentTaskID = taskID;
         parentSuffix = suffix;
-        position = 0;
         try {
             if (version() == 0) {
                 database.insert(this);
@@ -101,6 +105,7 @@ public abstract class TaskAction extends Record {
         } catch (SQLException | StoreException failure) {
             parentTaskID = formerID;
             parentSuffix = formerSuffix;
+            position = formerPosition;
             throw failure;
         }
     }

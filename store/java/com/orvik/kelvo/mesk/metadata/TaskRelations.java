@@ -11,8 +11,9 @@ import java.util.List;
 
 /**
  * What hangs together with a task: its rules and shared schedules, its actions, steps and success codes, and the queued
- * executions of task and rule. A queued execution goes when its rule no longer applies to its task; a rule applies to
- * the tasks that have it themselves and to those that use a shared schedule that has it.
+ * executions of task and rule. A queued execution goes when its rule no longer applies to its task, but for a retry,
+ * whose run has begun; a rule applies to the tasks that have it themselves and to those that use a shared schedule that
+ * has it.
  */
 public final class TaskRelations {
     static final Relation RULES = new Relation("task_schedule_event", Relation.TASK, Relation.RULE);
@@ -25,6 +26,9 @@ public final class TaskRelations {
 
     private static final String OF_PARENT = "WHERE parent_task_id = ? AND parent_suffix = ? ORDER BY position";
     private static final String QUEUED = " status IN (0, 1)";
+    /** A queued execution that has a history is a run that goes on: it waits for its retry. */
+    private static final String PENDING = QUEUED + " AND task_history_id = -1";
+    private static final int FAILED = 3;
     private static final String NO_LONGER_APPLIES = " AND NOT EXISTS (SELECT 1 FROM task_schedule_event r"
         + " WHERE r.task_id = task_exec.task_id AND r.suffix = task_exec.suffix"
         + " AND r.schedule_event_id = task_exec.schedule_event_id)"
@@ -56,7 +60,7 @@ public final class TaskRelations {
     static void removeRule(Database database, long taskID, int suffix, long eventID)
         throws SQLException, StoreException {
         RULES.remove(database, Relation.key(taskID, suffix), Relation.key(eventID));
-        forgetQueued(database, "task_id = ? AND suffix = ? AND schedule_event_id = ?" + NO_LONGER_APPLIES, taskID,
+        forgetPending(database, "task_id = ? AND suffix = ? AND schedule_event_id = ?" + NO_LONGER_APPLIES, taskID,
             suffix, eventID);
     }
 
@@ -70,7 +74,7 @@ public final class TaskRelations {
     public static void removeSchedule(Database database, long taskID, int suffix, long scheduleID)
         throws SQLException, StoreException {
         SCHEDULES.remove(database, Relation.key(taskID, suffix), Relation.key(scheduleID));
-        forgetQueued(database, "task_id = ? AND suffix = ? AND schedule_event_id IN (SELECT schedule_event_id"
+        forgetPending(database, "task_id = ? AND suffix = ? AND schedule_event_id IN (SELECT schedule_event_id"
             + " FROM shared_schedule_event WHERE shared_named_schedule_id = ?)" + NO_LONGER_APPLIES, taskID, suffix,
             scheduleID);
     }
@@ -85,14 +89,14 @@ public final class TaskRelations {
     public static void removeScheduleRule(Database database, long scheduleID, long eventID)
         throws SQLException, StoreException {
         SCHEDULE_RULES.remove(database, Relation.key(scheduleID), Relation.key(eventID));
-        forgetQueued(database, "schedule_event_id = ?" + NO_LONGER_APPLIES, eventID);
+        forgetPending(database, "schedule_event_id = ?" + NO_LONGER_APPLIES, eventID);
     }
 
     /** Before a rule goes: no task or schedule has it any more, and what it queued does not run. */
     static void forgetRule(Database database, long eventID) throws SQLException {
         database.sql().update("DELETE FROM task_schedule_event WHERE schedule_event_id = ?", eventID);
         database.sql().update("DELETE FROM shared_schedule_event WHERE schedule_event_id = ?", eventID);
-        forgetQueued(database, "schedule_event_id = ?", eventID);
+        forgetPending(database, "schedule_event_id = ?", eventID);
     }
 
     /** Before a shared schedule goes: refuses while a task uses it; takes away its rules that nobody else has. */
@@ -223,7 +227,7 @@ public final class TaskRelations {
 
     /**
      * Before a task goes: refuses while it runs, is a step of a group, or another task's action acts on it. Takes away
-     * what is only the task's, and what is queued.
+     * what is only the task's, and what is queued. A run that waited for a retry has failed.
      */
     static void end(Database database, long taskID, int suffix) throws SQLException, StoreException {
         Object[] key = Relation.key(taskID, suffix);
@@ -249,7 +253,10 @@ public final class TaskRelations {
         endActions(database, taskID, suffix);
         sql.update("DELETE FROM task_statistic WHERE task_id = ? AND suffix = ?", key);
         Rights.forget(database, new Rights.Subject(Rights.STATISTIC, taskID, suffix));
-        forgetQueued(database, "task_id = ? AND suffix = ?", key);
+        sql.update("UPDATE task_history SET running_status = " + FAILED + ", version = version + 1"
+            + " WHERE running_status IN (1, 6) AND task_history_id IN (SELECT task_history_id FROM task_exec"
+            + " WHERE task_id = ? AND suffix = ?)", key);
+        forget(database, "task_id = ? AND suffix = ? AND" + QUEUED, key);
     }
 
     private static void endActions(Database database, long taskID, int suffix) throws SQLException, StoreException {
@@ -271,8 +278,12 @@ public final class TaskRelations {
         }
     }
 
-    private static void forgetQueued(Database database, String which, Object... parameters) throws SQLException {
-        String queued = " FROM task_exec WHERE " + which + " AND" + QUEUED;
+    private static void forgetPending(Database database, String which, Object... parameters) throws SQLException {
+        forget(database, which + " AND" + PENDING, parameters);
+    }
+
+    private static void forget(Database database, String which, Object... parameters) throws SQLException {
+        String queued = " FROM task_exec WHERE " + which;
         database.sql().update("DELETE FROM permission WHERE object_kind = " + Rights.EXECUTION
             + " AND object_id IN (SELECT task_exec_id" + queued + ")", parameters);
         database.sql().update("DELETE" + queued, parameters);

@@ -274,6 +274,54 @@ abstract class RelationContract extends StoreFixture {
         assertEquals(0, session.number("SELECT count(*) FROM shared_schedule_event"));
     }
 
+    /** A run of the task that waits for its retry, and its history. */
+    private MDTaskHistory retry(MDTask task, MDScheduleEvent rule) {
+        MDTaskHistory history = session.newHistory(task, INSTANT, 6);
+        MDTaskExec run = session.newRun(task, rule, INSTANT + history.getTaskHistoryID());
+        run.setStatus(2);
+        run.setTaskHistoryID(history.getTaskHistoryID());
+        session.update(run);
+        run.setStatus(1);
+        session.update(run);
+        return history;
+    }
+
+    @Test
+    void aRetryGoesOnWithoutItsRule() {
+        MDTask task = session.newTask("tries again");
+        MDScheduleEvent own = session.newRule(task);
+        MDScheduleEvent deleted = session.newRule(task);
+        MDSharedNamedSchedule schedule = session.newSchedule("nights");
+        MDScheduleEvent left = rule(queuedBy(schedule, task).get(0));
+        MDSharedNamedSchedule other = session.newSchedule("days");
+        MDScheduleEvent ofOther = rule(queuedBy(other, task).get(0));
+        for (MDScheduleEvent rule : List.of(own, deleted, left, ofOther)) {
+            retry(task, rule);
+        }
+        task.removeScheduleEvent(session.context, own, session.outcome);
+        session.delete(deleted);
+        schedule.removeScheduleEvent(session.context, left, session.outcome);
+        session.done();
+        task.removeSharedNamedSchedule(session.context, other, session.outcome);
+        session.done();
+        assertEquals(4, session.number("SELECT count(*) FROM task_exec"));
+        assertEquals(4, session.number("SELECT count(*) FROM task_exec WHERE task_history_id <> -1"));
+    }
+
+    @Test
+    void aRunWhoseRetryGoesWithTheTaskHasFailed() {
+        MDTask task = session.newTask("tries again");
+        MDTaskHistory waiting = retry(task, session.newRule(task));
+        MDTaskHistory settled = retry(task, session.newRule(task));
+        settled.setRunningStatus(5);
+        session.update(settled);
+        session.delete(task);
+        assertEquals(0, session.number("SELECT count(*) FROM task_exec"));
+        assertEquals(3, session.history(waiting.getTaskHistoryID()).getRunningStatus());
+        assertEquals(5, session.history(settled.getTaskHistoryID()).getRunningStatus());
+        session.update(waiting, StoreCodes.CHANGED);
+    }
+
     @Test
     void aSharedScheduleIsDeletedWhenNoTaskUsesItWithTheRulesThatNobodyElseHas() {
         MDTask task = session.newTask("user");
@@ -448,6 +496,41 @@ abstract class RelationContract extends StoreFixture {
         assertEquals(0, nowhere.version());
         assertEquals(List.of(unsaved.getFollowOnActionID(), byParent.getFollowOnActionID()), actions(parent));
         assertEquals(List.of(stored.getFollowOnActionID()), actions(other));
+    }
+
+    @Test
+    void anActionThatMovesByItsPropertyStandsBehindTheOthers() {
+        MDTask from = session.newTask("from");
+        MDTask to = session.newTask("to");
+        session.newAction(from, 1);
+        MDFollowOnAction moves = session.newAction(from, 1);
+        MDFollowOnAction stays = session.newAction(from, 1);
+        List<Long> wanted = new ArrayList<>();
+        for (int i = 0; i < 3; i++) {
+            wanted.add(session.newAction(to, 1).getFollowOnActionID());
+        }
+        moves.setParentTaskID(to.getTaskID());
+        session.update(moves);
+        wanted.add(moves.getFollowOnActionID());
+        assertEquals(wanted, actions(to));
+        moves.setFollowOnCondition(1);
+        session.update(moves);
+        session.newAction(to, 1);
+        assertEquals(wanted, actions(to).subList(0, 4));
+        assertEquals(stays.getFollowOnActionID(), actions(from).get(1));
+    }
+
+    @Test
+    void anActionThatCouldNotMoveKeepsItsPlace() {
+        MDTask parent = session.newTask("parent");
+        MDFollowOnAction first = session.newAction(parent, 1);
+        session.newAction(parent, 1);
+        first.setAction(0);
+        parent.removeFollowOnAction(session.context, first, session.outcome);
+        session.expect(StoreCodes.INVALID);
+        first.setAction(2);
+        session.update(first);
+        assertEquals(first.getFollowOnActionID(), actions(parent).get(0));
     }
 
     private List<Long> actions(MDTask task) {
