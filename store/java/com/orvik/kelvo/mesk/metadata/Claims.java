@@ -36,7 +36,8 @@ final class Claims {
             && run.getScheduleEventID() == before.getScheduleEventID();
         boolean firstHistory = before.getTaskHistoryID() == NONE && run.getTaskHistoryID() != NONE;
         if (before.isQueued() || !sameInstant || firstHistory) {
-            if (!(before.isQueued() && run.getTaskHistoryID() == before.getTaskHistoryID() && holds(database, run))) {
+            boolean retry = before.isQueued() && run.getTaskHistoryID() == before.getTaskHistoryID();
+            if (!(retry && holds(database, run)) && !(firstHistory && complete(database, run))) {
                 claim(database, run);
             }
         }
@@ -52,6 +53,14 @@ final class Claims {
             + " AND suffix = ? AND schedule_event_id = ? AND instant_ms = ? AND task_exec_id = ?"
             + " AND task_history_id = ?", run.getTaskID(), run.getSuffix(), run.getScheduleEventID(),
             run.getOriginalScheduleTime(), run.getTaskExecID(), run.getTaskHistoryID());
+    }
+
+    /** Puts the history of this very run into the claim that it made without one; false when there is none. */
+    private static boolean complete(Database database, MDTaskExec run) throws SQLException {
+        return database.sql().update("UPDATE run_claim SET task_history_id = ? WHERE task_id = ? AND suffix = ?"
+            + " AND schedule_event_id = ? AND instant_ms = ? AND task_exec_id = ? AND task_history_id = " + NONE,
+            run.getTaskHistoryID(), run.getTaskID(), run.getSuffix(), run.getScheduleEventID(),
+            run.getOriginalScheduleTime(), run.getTaskExecID()) == 1;
     }
 
     private static void claim(Database database, MDTaskExec run) throws SQLException, StoreException {

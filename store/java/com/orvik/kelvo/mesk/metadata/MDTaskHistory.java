@@ -155,11 +155,17 @@ public final class MDTaskHistory extends GuardedRecord {
             }
             database.access().trusted(inner ->
                 inner.find(MDTaskHistory::new, "WHERE task_history_id = ?", taskHistoryID));
+            long before = result.taskHistoryID();
             result.setTaskHistoryID(taskHistoryID);
-            if (result.version() == 0) {
-                database.insert(result);
-            } else {
-                database.update(result);
+            try {
+                if (result.version() == 0) {
+                    database.insert(result);
+                } else {
+                    database.update(result);
+                }
+            } catch (SQLException | StoreException failure) {
+                result.setTaskHistoryID(before);
+                throw failure;
             }
         });
     }
@@ -209,7 +215,6 @@ public final class MDTaskHistory extends GuardedRecord {
             }
         });
     }
-
 
     public long getTaskHistoryID() {
         return taskHistoryID;

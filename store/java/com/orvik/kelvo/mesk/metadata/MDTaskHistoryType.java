@@ -51,7 +51,8 @@ public final class MDTaskHistoryType {
      * Prunes: deletes the histories of the task that started strictly before an instant and are finished, with their
      * results and claims and the snapshots that no history has any more. A run in progress or waiting for a retry
      * (running status 1 or 6) stays. The task ID -1 stands for every task, those that are deleted included, whatever
-     * the suffix, and is for superusers; a task's needs the right to update it. Finding nothing to delete is success; a null instant is INVALID.
+     * the suffix, and is for superusers; a task's needs the right to update it. Finding nothing to delete is success; a
+     * null instant is INVALID.
      */
     public void delete(Context context, long taskID, int suffix, Timestamp before, PARLException exception) {
         Operation.write(context, exception, database -> {

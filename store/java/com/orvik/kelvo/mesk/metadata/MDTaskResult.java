@@ -69,6 +69,10 @@ public final class MDTaskResult extends GuardedRecord {
     }
 
     /** The history that the result belongs to, 0 for none yet. */
+    long taskHistoryID() {
+        return taskHistoryID;
+    }
+
     void setTaskHistoryID(long value) {
         taskHistoryID = value;
     }

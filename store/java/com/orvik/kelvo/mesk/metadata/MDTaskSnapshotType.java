@@ -25,7 +25,8 @@ public class MDTaskSnapshotType {
      */
     public MDTaskSnapshotType retrieve(Context context, long taskID, int suffix, PARLException exception) {
         return Operation.read(context, exception, null, database -> database.find(MDTaskSnapshot::new,
-            "WHERE task_id = ? AND suffix = ? ORDER BY latest_snapshot DESC, task_snapshot_id DESC", taskID, suffix));
+            "WHERE task_id = ? AND suffix = ? ORDER BY latest_snapshot DESC, task_snapshot_id DESC LIMIT 1",
+            taskID, suffix));
     }
 
     /** The snapshots of all tasks with this task ID, the latest first; 30013 when there are none. */

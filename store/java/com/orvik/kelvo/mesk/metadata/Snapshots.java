@@ -61,10 +61,13 @@ final class Snapshots {
         database.sql().update("DELETE FROM follow_on_fired WHERE task_history_id = ?", historyID);
     }
 
-    /** As {@link #prune}, for each task that has a history of that age. */
+    /** As {@link #prune}, for each task that has a history or claim of that age, or is gone and has snapshots. */
     static void pruneAll(Database database, Timestamp before) throws SQLException {
-        List<long[]> tasks = database.sql().list("SELECT DISTINCT task_id, suffix FROM task_history WHERE start_time < ?",
-            row -> new long[] {row.getLong(1), row.getLong(2)}, before);
+        List<long[]> tasks = database.sql().list("SELECT task_id, suffix FROM task_history WHERE start_time < ?"
+            + " UNION SELECT task_id, suffix FROM run_claim WHERE instant_ms < ?"
+            + " UNION SELECT s.task_id, s.suffix FROM task_snapshot s WHERE NOT EXISTS (SELECT 1 FROM task t"
+            + " WHERE t.task_id = s.task_id AND t.suffix = s.suffix)",
+            row -> new long[] {row.getLong(1), row.getLong(2)}, before, before);
         for (long[] task : tasks) {
             prune(database, task[0], (int) task[1], before);
         }

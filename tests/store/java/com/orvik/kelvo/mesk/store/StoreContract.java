@@ -418,6 +418,23 @@ abstract class StoreContract extends StoreFixture {
     }
 
     @Test
+    void aRunThatGetsItsHistoryLaterKeepsItsClaim() {
+        MDTask task = session.newTask("in two steps");
+        MDScheduleEvent rule = session.newRule(task);
+        MDTaskExec run = session.newRun(task, rule, INSTANT);
+        MDTaskExec twin = session.newRun(task, rule, INSTANT);
+        run.setStatus(2);
+        session.update(run);
+        run.setTaskHistoryID(session.key());
+        session.update(run);
+        assertEquals(run.getTaskHistoryID(), session.number("SELECT task_history_id FROM run_claim"));
+        twin.setStatus(2);
+        twin.setTaskHistoryID(session.key());
+        session.update(twin, StoreCodes.CLAIMED);
+        assertEquals(1, session.number("SELECT count(*) FROM run_claim"));
+    }
+
+    @Test
     void aRunThatMovesToTheNextInstantClaimsThat() {
         MDTaskExec run = claimed();
         run.setOriginalScheduleTime(new Timestamp(INSTANT + 60_000));
@@ -947,6 +964,24 @@ abstract class StoreContract extends StoreFixture {
     }
 
     @Test
+    void aResultThatCouldNotBeAddedStaysWhereItWas() {
+        MDTask task = session.newTask("results");
+        MDTaskHistory first = session.newHistory(task, INSTANT, 2);
+        MDTaskHistory second = session.newHistory(task, INSTANT, 2);
+        MDTaskResult result = new MDTaskResult();
+        first.addTaskResult(session.context, result, session.outcome);
+        session.done();
+        MDTaskResult same = (MDTaskResult) result.clone();
+        same.setReturnCode(4);
+        session.update(same);
+        second.addTaskResult(session.context, result, session.outcome);
+        session.expect(StoreCodes.CHANGED);
+        result.version(same.version());
+        session.update(result);
+        assertEquals(1, first.retrieveTaskResultList(session.context, session.outcome).size());
+    }
+
+    @Test
     void theJournalGrowsInMemoryUntilUpdate() {
         MDTask task = session.newTask("journal");
         MDTaskHistory history = session.newHistory(task, INSTANT, 1);
@@ -1057,6 +1092,29 @@ abstract class StoreContract extends StoreFixture {
         session.done();
         assertEquals(0, session.number("SELECT count(*) FROM task_history"));
         assertEquals(0, session.number("SELECT count(*) FROM task_snapshot"));
+    }
+
+    @Test
+    void pruningAllLeavesNothingOfATaskWhoseHistoriesWentBefore() {
+        MDTask task = session.newTask("gone");
+        MDTaskExec run = session.newRun(task, session.newRule(task), INSTANT);
+        run.setStatus(2);
+        session.update(run);
+        session.delete(run);
+        session.newHistory(task, INSTANT, 2);
+        MDTask stays = session.newTask("stays");
+        session.delete(session.newHistory(stays, INSTANT, 2));
+        session.delete(session.history(session.number("SELECT task_history_id FROM task_history")));
+        session.delete(task);
+        assertEquals(2, session.number("SELECT count(*) FROM task_snapshot"));
+        new MDTaskHistoryType().delete(session.context, -1, 0, new Timestamp(INSTANT), session.outcome);
+        session.done();
+        assertEquals(1, session.number("SELECT count(*) FROM run_claim"), "it is not old enough");
+        new MDTaskHistoryType().delete(session.context, -1, 0, new Timestamp(INSTANT + 1), session.outcome);
+        session.done();
+        assertEquals(0, session.number("SELECT count(*) FROM run_claim"));
+        assertEquals(stays.getTaskID(), session.number("SELECT task_id FROM task_snapshot"));
+        assertEquals(1, session.number("SELECT count(*) FROM task_snapshot"));
     }
 
     // Users, groups and rights
@@ -1197,7 +1255,9 @@ abstract class StoreContract extends StoreFixture {
         session.done();
         Administration.deleteUser(session.context, "root", session.outcome);
         session.done();
-        assertEquals("[ADMIN, PLAIN]", Administration.listUsers(session.context, session.outcome).toString());
+        assertEquals(2, session.number("SELECT count(*) FROM principal WHERE kind = 0 AND name IN ('ADMIN', 'PLAIN')"));
+        Administration.listUsers(session.context, session.outcome);
+        session.expect(StoreCodes.NOT_AUTHORISED);
     }
 
     @Test
