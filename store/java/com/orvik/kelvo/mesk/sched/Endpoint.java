@@ -11,6 +11,7 @@ import java.sql.Connection;
 import java.sql.DriverManager;
 import java.sql.SQLException;
 import java.util.ArrayList;
+import java.util.Comparator;
 import java.util.List;
 import java.util.Properties;
 import java.util.regex.Matcher;
@@ -20,7 +21,8 @@ import java.util.regex.Pattern;
 final class Endpoint {
     private static final String SQLITE = "jdbc:sqlite:";
     private static final String HIDDEN = "***";
-    private static final Pattern IN_URL = Pattern.compile("//[^/@]*:([^/@]*)@"
+    /** Up to the last of several "@": a password may hold one that somebody forgot to write as "%40". */
+    private static final Pattern IN_URL = Pattern.compile("//[^?@:]*:([^?]*)@"
         + "|[?&;][^=?&;]*(?:password|passwd|pwd|secret|token)[^=?&;]*=([^&;]*)", Pattern.CASE_INSENSITIVE);
     private static final String PATIENCE = "busy_timeout";
     private static final String BUSY_MILLISECONDS = "60000";
@@ -80,6 +82,8 @@ final class Endpoint {
     /** A message of a driver without the passwords, and with the URL as far as it may be shown. */
     String hide(String message) {
         String shown = message.replace(url, shownURL());
+        // The longest first: of one that holds another nothing may be left.
+        secrets.sort(Comparator.comparingInt(String::length).reversed());
         for (String secret : secrets) {
             shown = shown.replace(secret, HIDDEN);
         }
@@ -89,7 +93,7 @@ final class Endpoint {
     private String shownURL() {
         int options = url.indexOf('?');
         String bare = options < 0 ? url : url.substring(0, options);
-        return bare.replaceAll("//[^/@]*@", "//");
+        return bare.replaceAll("//.*@", "//");
     }
 
     private boolean isSqlite() {

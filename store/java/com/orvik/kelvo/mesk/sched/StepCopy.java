@@ -170,7 +170,7 @@ final class StepCopy {
             if (!connection.getAutoCommit()) {
                 connection.rollback();
             }
-        } catch (SQLException broken) {
+        } catch (SQLException | RuntimeException broken) {
             // The database ends the transaction of a connection that is gone.
         }
     }

@@ -15,7 +15,10 @@ public abstract class Dialect {
             return new SqliteDialect(url.substring("jdbc:sqlite:".length()));
         }
         if (url.startsWith("jdbc:")) {
-            throw new StoreException(StoreCodes.CANNOT_CONNECT, "no such kind of store: " + withoutOptions(url));
+            // The rest of the URL may hold a password, each kind in its own way.
+            int end = url.indexOf(':', "jdbc:".length());
+            throw new StoreException(StoreCodes.CANNOT_CONNECT,
+                "no such kind of store: " + (end < 0 ? "jdbc" : url.substring(0, end)));
         }
         return new SqliteDialect(url);
     }

@@ -57,7 +57,8 @@ final class SqliteDialect extends Dialect {
         } catch (NumberFormatException notANumber) {
             throw new StoreException(StoreCodes.CANNOT_CONNECT, PATIENCE + " is in milliseconds", notANumber);
         } catch (InvalidPathException notAPath) {
-            throw new StoreException(StoreCodes.CANNOT_CONNECT, "not the name of a file: " + location, notAPath);
+            throw new StoreException(StoreCodes.CANNOT_CONNECT, "not the name of a file: " + this.location,
+                notAPath);
         }
     }
 
