@@ -3,8 +3,10 @@
 -- Rights can be held on statistics too: object_kind 5, under the key of the task.
 CREATE INDEX permission_by_principal ON permission (principal_kind, principal_name);
 -- Actions and notifications are on unless somebody switches them off. Until now there were none, and nobody set these.
-UPDATE task SET follow_on_task_enable = 1, notification_enable = 1;
-UPDATE task_exec SET use_task_actions = 1, use_notification = 1;
+UPDATE task SET follow_on_task_enable = 1, notification_enable = 1, version = version + 1
+  WHERE follow_on_task_enable <> 1 OR notification_enable <> 1;
+UPDATE task_exec SET use_task_actions = 1, use_notification = 1, version = version + 1
+  WHERE use_task_actions <> 1 OR use_notification <> 1;
 CREATE TABLE shared_named_schedule (
   shared_named_schedule_id INTEGER NOT NULL PRIMARY KEY,
   shared_schedule_name TEXT NOT NULL UNIQUE,
