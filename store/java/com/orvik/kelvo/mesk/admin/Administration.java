@@ -189,8 +189,10 @@ public final class Administration {
 
     /** The members of a contact group in their order; NOT_FOUND for an unknown group, 30013 when it has none. */
     public static ArrayList<?> contactsOf(Context context, String group, PARLException exception) {
-        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED,
-            database -> Contacts.members(database, group));
+        return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
+            database.access().requireKnown();
+            return Contacts.members(database, group);
+        });
     }
 
     /**
@@ -283,6 +285,7 @@ public final class Administration {
     private static ArrayList<String> names(Context context, PARLException exception, String query,
         Object... parameters) {
         return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
+            database.access().requireKnown();
             List<String> names = database.sql().list(query, row -> row.getString(1), parameters);
             return names;
         });

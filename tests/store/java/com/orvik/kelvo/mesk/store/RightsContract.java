@@ -124,7 +124,8 @@ abstract class RightsContract extends StoreFixture {
             + " Administration.taskOfRun"
             + " Administration.count");
         allow("RS", "Administration.listTasksWith Administration.listSteps");
-        allow("US", "Administration.setContacts Administration.setGroupMembers Administration.setSuccessCodes");
+        allow("US", "Administration.setContacts Administration.setGroupMembers Administration.setSuccessCodes"
+            + " Administration.addSharedSchedule Administration.removeSharedSchedule");
         allow("ES", "Administration.recordFollowOn Outbox.enqueue");
         allow("S", "Outbox.next Outbox.nextTry Outbox.sent Outbox.failed");
     }
@@ -248,6 +249,24 @@ abstract class RightsContract extends StoreFixture {
             }
         }
         assertEquals(List.of(), wrong);
+    }
+
+    @Test
+    void aStrangerLearnsNoNames() {
+        try (Session stranger = new Session(url, "STRANGER")) {
+            Administration.listUsers(stranger.context, stranger.outcome);
+            stranger.expect(StoreCodes.NOT_AUTHORISED);
+            Administration.listGroups(stranger.context, stranger.outcome);
+            stranger.expect(StoreCodes.NOT_AUTHORISED);
+            Administration.listMembers(stranger.context, "G", stranger.outcome);
+            stranger.expect(StoreCodes.NOT_AUTHORISED);
+            Administration.listContacts(stranger.context, stranger.outcome);
+            stranger.expect(StoreCodes.NOT_AUTHORISED);
+            Administration.listContactGroups(stranger.context, stranger.outcome);
+            stranger.expect(StoreCodes.NOT_AUTHORISED);
+            Administration.contactsOf(stranger.context, "staff", stranger.outcome);
+            stranger.expect(StoreCodes.NOT_AUTHORISED);
+        }
     }
 
     @Test
@@ -607,6 +626,8 @@ abstract class RightsContract extends StoreFixture {
             case "Administration.removeContactGroup", "Administration.contactsOf" -> List.of("shift");
             case "Administration.addScheduleRule", "Administration.removeScheduleRule" ->
                 List.of(schedule.getScheduleID(), looseRule.getScheduleEventID());
+            case "Administration.addSharedSchedule" -> List.of(task.getTaskID(), 0, otherSchedule.getScheduleID());
+            case "Administration.removeSharedSchedule" -> List.of(task.getTaskID(), 0, schedule.getScheduleID());
             case "Administration.taskID" -> List.of("guarded");
             case "Administration.count" -> List.of(1);
             case "Administration.listSteps", "Administration.taskOfRun" -> List.of(history.getTaskHistoryID());
