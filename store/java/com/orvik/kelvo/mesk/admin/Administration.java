@@ -285,7 +285,6 @@ public final class Administration {
     private static ArrayList<String> names(Context context, PARLException exception, String query,
         Object... parameters) {
         return Operation.readList(context, exception, StoreCodes.NOTHING_LISTED, database -> {
-            database.access().requireKnown();
             List<String> names = database.sql().list(query, row -> row.getString(1), parameters);
             return names;
         });
