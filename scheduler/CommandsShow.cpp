@@ -14,17 +14,9 @@ namespace {
 constexpr std::size_t kShownStarts = 5;
 constexpr std::size_t kShownRuns = 5;
 
-std::string namesOf(const std::vector<Reference>& references) {
-  std::vector<std::string> names;
-  for (const Reference& reference : references) names.push_back(reference.name);
-  return joined(names);
-}
+std::string listOf(const std::vector<Reference>& references) { return joined(namesOf(references)); }
 
-Json jsonOf(const std::vector<Reference>& references) {
-  Json array = Json::array();
-  for (const Reference& reference : references) array.push_back(reference.name);
-  return array;
-}
+Json jsonOf(const std::vector<Reference>& references) { return namesOf(references); }
 
 /// What `show` tells of a task.
 struct Shown {
@@ -78,7 +70,7 @@ void workLines(std::string& out, const TaskDefinition& task) {
     out += "Steps:\n";
     std::size_t stage = 0;
     for (const auto& together : task.steps) {
-      out += fmt::format("  {}. {}{}\n", ++stage, namesOf(together), together.size() > 1 ? " together" : "");
+      out += fmt::format("  {}. {}{}\n", ++stage, listOf(together), together.size() > 1 ? " together" : "");
     }
     line(out, "If one fails", task.stopAtFailure ? "the next are not started" : "the next are started all the same");
     return;
@@ -93,13 +85,14 @@ void workLines(std::string& out, const TaskDefinition& task) {
                             : fmt::format("up to {} times, {} after the end of an attempt", task.retryCount,
                                           durationText(task.retryIntervalSeconds)));
   std::vector<std::string> codes;
+  codes.reserve(task.success.size());
   for (const SuccessCode& code : task.success) codes.push_back(textOf(code));
   line(out, "Success", codes.empty() ? "0" : joined(codes));
   line(out, "Interrupted", textOf(task.options.interrupted));
 }
 
 std::string notificationText(const Notification& notification) {
-  std::string whom = namesOf(notification.to);
+  std::string whom = listOf(notification.to);
   for (const Reference& group : notification.groups) whom += (whom.empty() ? "group " : ", group ") + group.name;
   std::string text = fmt::format("on {}, by {}, to {}", textOf(notification.on), textOf(notification.by), whom);
   if (!notification.subject.empty()) text += fmt::format(": {}", notification.subject);
@@ -137,7 +130,7 @@ std::string textOf(const Shown& shown, MDTask& record, Session& session) {
   }
   if (!task.followOns.empty()) out += "Follow-ons:\n";
   for (const FollowOn& followOn : task.followOns) {
-    out += fmt::format("  on {}, {} {}\n", textOf(followOn.on), textOf(followOn.action), namesOf(followOn.tasks));
+    out += fmt::format("  on {}, {} {}\n", textOf(followOn.on), textOf(followOn.action), listOf(followOn.tasks));
   }
   if (!task.notifications.empty()) out += "Notifications:\n";
   for (const Notification& notification : task.notifications) out += "  " + notificationText(notification) + "\n";

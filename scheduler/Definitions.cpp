@@ -247,8 +247,8 @@ std::vector<StoredRule> Definitions::rules(MDTask& task) {
     }
   }
   std::vector<StoredRule> result;
-  for (int i = 0; i < count; ++i) {
-    auto& event = events[static_cast<std::size_t>(i)];
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    auto& event = events[i];
     if (event == nullptr) continue;  // somebody took it away meanwhile
     const long long id = event->getScheduleEventID(ctx_);
     const ScheduleRule rule = ruleOf(*event);

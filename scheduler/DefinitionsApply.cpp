@@ -44,6 +44,7 @@ std::vector<std::string> differences(const TaskDefinition& is, const TaskDefinit
 /// What run options say of steps; nothing when they come one by one.
 std::vector<int> stagesOf(const std::vector<std::vector<Reference>>& steps) {
   std::vector<int> stages;
+  stages.reserve(steps.size());
   for (const auto& stage : steps) stages.push_back(static_cast<int>(stage.size()));
   if (std::all_of(stages.begin(), stages.end(), [](int members) { return members == 1; })) stages.clear();
   return stages;

@@ -14,12 +14,6 @@ bool holds(const std::vector<Reference>& references, const Reference& reference)
   return std::find(references.begin(), references.end(), reference) != references.end();
 }
 
-std::vector<std::string> textsOf(const std::vector<Reference>& references) {
-  std::vector<std::string> texts;
-  for (const Reference& reference : references) texts.push_back(reference.name);
-  return texts;
-}
-
 /// The report on a definition that is new, or whose parts of these names differ.
 Applied applied(const char* what, const std::string& name, bool isNew, const std::vector<std::string>& changes) {
   if (isNew) return {name, Applied::Kind::kCreated, {}, what};
@@ -123,7 +117,7 @@ std::vector<Applied> Directory::apply(const TaskFile& file) {
       const std::string& name = wanted.name.name;
       const bool isNew = !groups.contains(name);
       const bool same = !isNew && contactGroup(name) == wanted;
-      if (!same) administration_.putContactGroup(name, textsOf(wanted.members));
+      if (!same) administration_.putContactGroup(name, namesOf(wanted.members));
       report.push_back(applied("contact group", name, isNew,
                                same ? std::vector<std::string>{} : std::vector<std::string>{"members"}));
     }

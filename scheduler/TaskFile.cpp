@@ -697,6 +697,13 @@ class Reader {
 
 }  // namespace
 
+std::vector<std::string> namesOf(const std::vector<Reference>& references) {
+  std::vector<std::string> names;
+  names.reserve(references.size());
+  for (const Reference& reference : references) names.push_back(reference.name);
+  return names;
+}
+
 const char* textOf(TaskType type) {
   switch (type) {
     case kScriptTask:

@@ -27,6 +27,8 @@ struct Reference {
   bool operator==(const Reference& other) const { return name == other.name; }
 };
 
+std::vector<std::string> namesOf(const std::vector<Reference>& references);
+
 /// What happens to other tasks when a task ends.
 struct FollowOn {
   EndCondition on = kAtEveryEnd;

@@ -1,6 +1,9 @@
 #include <scheduler/TaskParts.h>
 
+#include <fmt/ranges.h>
+
 #include <algorithm>
+#include <span>
 
 #include <mesk/session/MDGroup.h>
 #include <mesk/session/MDUser.h>
@@ -21,18 +24,6 @@ bool& allowed(Right& right, Kind kind) {
       break;
   }
   return right.execute;
-}
-
-std::string namesOf(const std::vector<Reference>& references) {
-  std::string text;
-  for (const Reference& reference : references) text += (text.empty() ? "" : ", ") + reference.name;
-  return text;
-}
-
-std::vector<std::string> textsOf(const std::vector<Reference>& references) {
-  std::vector<std::string> texts;
-  for (const Reference& reference : references) texts.push_back(reference.name);
-  return texts;
 }
 
 }  // namespace
@@ -59,7 +50,10 @@ std::vector<SuccessCode> TaskParts::success(MDTask& task) {
   const std::unique_ptr<tSuccessRelation[]> array(relations);
   session_.check(rc, sqlCode, "listing the success codes of a task");
   std::vector<SuccessCode> codes;
-  for (int i = 0; i < count; ++i) codes.push_back({array[i].condition, array[i].code});
+  codes.reserve(static_cast<std::size_t>(count));
+  for (const tSuccessRelation& relation : std::span(array.get(), static_cast<std::size_t>(count))) {
+    codes.push_back({relation.condition, relation.code});
+  }
   return codes;
 }
 
@@ -87,7 +81,8 @@ std::vector<std::string> TaskParts::names(const char* what, MDNotificationAction
   const int rc = (action.*retrieve)(ctx_, session_.context(), items, count, sqlCode);
   const std::unique_ptr<char*[]> array(items);
   std::vector<std::string> result;
-  for (int i = 0; i < count; ++i) result.push_back(text(array[i]));
+  result.reserve(static_cast<std::size_t>(count));
+  for (char* const name : std::span(array.get(), static_cast<std::size_t>(count))) result.push_back(text(name));
   session_.check(rc, sqlCode, what);
   return result;
 }
@@ -191,7 +186,7 @@ std::vector<std::string> TaskParts::changeFollowOns(MDTask& task, const std::vec
 
 void TaskParts::addFollowOn(MDTask& task, const FollowOn& followOn, const Find& find) {
   const std::string what =
-      fmt::format("adding the follow-on '{} {}'", textOf(followOn.action), namesOf(followOn.tasks));
+      fmt::format("adding the follow-on '{} {}'", textOf(followOn.action), fmt::join(namesOf(followOn.tasks), ", "));
   int rc = 0;
   int sqlCode = 0;
   MDFollowOnAction action(ctx_, session_.context(), rc, sqlCode);
@@ -238,7 +233,7 @@ void TaskParts::addNotification(MDTask& task, const Notification& notification) 
     action.setPagerMessage(ctx_, &message);
   }
   session_.check(task.addNotificationAction(ctx_, session_.context(), action, sqlCode), sqlCode, what);
-  administration_.setContacts(id, textsOf(notification.to), textsOf(notification.groups));
+  administration_.setContacts(id, namesOf(notification.to), namesOf(notification.groups));
 }
 
 std::vector<std::string> TaskParts::changeRights(MDTask& task, const std::vector<Right>& wanted) {
