@@ -23,7 +23,7 @@ int offsetAt(time64 moment) {
   const std::chrono::sys_days day = std::chrono::year(local->tm_year + 1900) / (local->tm_mon + 1) /
                                     std::chrono::day(static_cast<unsigned>(local->tm_mday));
   const time64 wall =
-      day.time_since_epoch().count() * kDay + local->tm_hour * kHour + local->tm_min * 60 + local->tm_sec;
+      day.time_since_epoch().count() * kDay + local->tm_hour * kHour + time64{local->tm_min} * 60 + local->tm_sec;
   return static_cast<int>(wall - moment);
 }
 
@@ -43,7 +43,8 @@ int numberAt(const std::string& text, std::size_t at, std::size_t count) {
 }
 
 WallTime startTimeOfDay(const ScheduleRule& rule) {
-  return numberAt(rule.startTime, 0, 2) * kHour + numberAt(rule.startTime, 2, 2) * 60 + numberAt(rule.startTime, 4, 2);
+  return numberAt(rule.startTime, 0, 2) * kHour + time64{numberAt(rule.startTime, 2, 2)} * 60 +
+         numberAt(rule.startTime, 4, 2);
 }
 
 WallTime startOf(const ScheduleRule& rule) {
@@ -229,7 +230,7 @@ std::string textOf(const ClockMark& mark) {
   const auto told = [&](WallTime wall) { return (sameDay ? "" : dateOf(wall) + " ") + timeOf(wall); };
   switch (mark.kind) {
     case ClockMark::Kind::kMoved: {
-      const std::string moved = fmt::format("moved from {} to {}", told(mark.asked), told(mark.is));
+      std::string moved = fmt::format("moved from {} to {}", told(mark.asked), told(mark.is));
       if (!mark.change) return moved;
       return fmt::format("clocks {} at {}: {}", mark.change->after > mark.change->before ? "went forward" : "went back",
                          atText(*mark.change, mark.is), moved);

@@ -14,7 +14,7 @@ namespace mesk::host {
 /// Part of the session's transaction. What goes wrong is thrown as StoreError. One thread.
 class Directory {
  public:
-  explicit Directory(Session& session) : session_(session), administration_(session) {}
+  explicit Directory(Session& session) : administration_(session) {}
 
   UserDefinition user(const std::string& name);
   GroupDefinition group(const std::string& name);
@@ -28,7 +28,6 @@ class Directory {
   Administration& administration() { return administration_; }
 
  private:
-  Session& session_;
   Administration administration_;
 };
 
