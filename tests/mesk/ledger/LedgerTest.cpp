@@ -1,0 +1,172 @@
+// Every exported operation of the library, call by call: in each state of its wrapper, with each code of the store,
+// with the trace on and off, and with each lookup, reference, object and allocation failing in its turn.
+#include <gtest/gtest.h>
+#include <mesk/ledger/Row.h>
+#include <mesk/support/JvmTest.h>
+#include <platform/CodePage.h>
+
+#include <algorithm>
+#include <fstream>
+#include <random>
+#include <set>
+
+namespace mesk::test::ledger {
+namespace {
+
+/// More things that can fail than any operation has.
+constexpr unsigned kManyPoints = 2000;
+
+const Rows& allRows() {
+  static const Rows rows = [] {
+    Rows all;
+    addBridgeRows(all);
+    addValueRows(all);
+    addSessionRows(all);
+    addTaskRows(all);
+    addActionRows(all);
+    addScheduleRows(all);
+    addQueueRows(all);
+    addHistoryRows(all);
+    addStatisticRows(all);
+    return all;
+  }();
+  return rows;
+}
+
+unsigned seed() {
+  static const unsigned value = [] {
+    const char* const given = std::getenv("MESK_SEED");
+    return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
+  }();
+  return value;
+}
+
+struct Code {
+  int code;
+  int sqlCode;
+  int sqlState;
+};
+
+/// Codes that mean something to some operation, one that means nothing, and one at random.
+std::vector<Code> codes(bool reports) {
+  if (!reports) return {{0, 0, 0}};
+  static std::mt19937 random(seed());
+  return {{0, -99, 99},       {4711, -803, 23505},
+          {30012, 0, 0},      {30013, 100, 2000},
+          {30014, 100, 2000}, {30016, -1, 1},
+          {-300, -300, -300}, {static_cast<int>(random()), static_cast<int>(random()), static_cast<int>(random())}};
+}
+
+Answers answersOf(const Row& row, const Setting& setting) {
+  Answers answers = row.answers;
+  answers.add("getRC", static_cast<long long>(setting.code));
+  answers.add("getNestedSQLCode", static_cast<long long>(setting.sqlCode));
+  answers.add("getNestedIntSQLState", static_cast<long long>(setting.sqlState));
+  return answers;
+}
+
+std::string joined(const std::vector<std::string>& lines) {
+  std::string all;
+  for (const std::string& line : lines) all += line + "\n";
+  return all;
+}
+
+/// Plays the row once, both ways; empty when they agree, else what differs. `points` becomes how many things could
+/// have failed.
+std::string difference(const Row& row, const Setting& setting, ThreadContext& ctx, unsigned& points) {
+  Prescription prescription(setting, answersOf(row, setting));
+  row.prescribe(prescription);
+  points = prescription.points();
+
+  Recording recording(ctx.env, setting, answersOf(row, setting));
+  Run run(ctx, recording, setting);
+  row.run(run);
+  std::vector<std::string> done = recording.lines();
+  done.insert(done.end(), run.said().begin(), run.said().end());
+  if (done != prescription.lines()) {
+    const auto [expected, got] =
+        std::mismatch(prescription.lines().begin(), prescription.lines().end(), done.begin(), done.end());
+    const auto rest = [](auto from, auto to) { return from == to ? std::string("(nothing more)") : *from; };
+    return "prescribed: " + rest(expected, prescription.lines().end()) + "\ndone:       " + rest(got, done.end()) +
+           "\nall that was done:\n" + joined(done);
+  }
+  run.deleteGiven();
+  std::vector<Ref> left = prescription.left();
+  std::vector<Ref> live = recording.liveReferences();
+  std::sort(left.begin(), left.end());
+  std::sort(live.begin(), live.end());
+  if (live != left) return "references left behind: " + joined(live) + "all that was done:\n" + joined(done);
+  if (recording.liveBlocks() != prescription.leftBlocks()) {
+    return std::to_string(recording.liveBlocks()) + " blocks of memory left behind\n" + joined(done);
+  }
+  return {};
+}
+
+/// All settings of a row; the differences, but not more than a few.
+std::vector<std::string> differences(const Row& row, ThreadContext& ctx) {
+  std::vector<std::string> found;
+  unsigned long played = 0;
+  for (const State state : row.states) {
+    for (const Code& code : codes(row.reports)) {
+      for (const bool traced : {false, true}) {
+        unsigned points = 1;
+        for (unsigned fault = 0; fault <= points && fault < kManyPoints; ++fault) {
+          const Setting setting{state, code.code, code.sqlCode, code.sqlState, traced, fault};
+          const std::string different = difference(row, setting, ctx, points);
+          ++played;
+          if (different.empty()) continue;
+          found.push_back(row.symbol + " " + row.variant + "\n" + ::testing::PrintToString(setting) + "\n" + different);
+          if (found.size() == 3) return found;
+        }
+      }
+    }
+  }
+  EXPECT_GT(played, 1u);
+  return found;
+}
+
+class LedgerTest : public JniTest {
+ protected:
+  LedgerTest() { setProcessCodePage(819); }
+  ~LedgerTest() override { setProcessCodePage(0); }
+};
+
+class LedgerRowsTest : public LedgerTest, public ::testing::WithParamInterface<std::size_t> {};
+
+TEST_P(LedgerRowsTest, DoesWhatIsPrescribedAndNothingElse) {
+  RecordProperty("seed", static_cast<int>(seed()));
+  SCOPED_TRACE("MESK_SEED=" + std::to_string(seed()));
+  const JniTable::Pause pause(ctx.env);
+  for (const std::string& found : differences(allRows()[GetParam()], ctx)) ADD_FAILURE() << found;
+}
+
+/// A symbol's and a variant's letters and digits, for the name of a test.
+std::string nameOfRow(const ::testing::TestParamInfo<std::size_t>& info) {
+  const Row& row = allRows()[info.param];
+  std::string name;
+  for (const char c : row.symbol.substr(0, row.symbol.find('(')).substr(6) + "_" + row.variant) {
+    if (std::isalnum(static_cast<unsigned char>(c)) != 0) name += c;
+  }
+  return name + "_" + std::to_string(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ledger, LedgerRowsTest, ::testing::Range<std::size_t>(0, allRows().size()), nameOfRow);
+
+std::set<std::string> exportedSymbols() {
+  std::ifstream file(MESK_EXPORTED_SYMBOLS);
+  std::set<std::string> symbols;
+  for (std::string line; std::getline(file, line);) symbols.insert(line);
+  return symbols;
+}
+
+TEST_F(LedgerTest, DISABLED_EveryExportedOperationHasARow) {
+  std::set<std::string> without = exportedSymbols();
+  EXPECT_GT(without.size(), 700u) << "no list of exported symbols: " << MESK_EXPORTED_SYMBOLS;
+  const std::size_t exported = without.size();
+  for (const Row& row : allRows()) without.erase(row.symbol);
+  std::printf("%zu of %zu exported operations have a row\n", exported - without.size(), exported);
+  for (const std::string& symbol : without) ADD_FAILURE() << "no row for " << symbol;
+}
+
+}  // namespace
+}  // namespace mesk::test::ledger
