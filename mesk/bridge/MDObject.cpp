@@ -210,9 +210,11 @@ void MDObject::keepObject(ThreadContext& ctx, jobject local) {
   if (made) object = ctx.env->NewGlobalRef(made.get());
 }
 
-void MDObject::constructFromText(ThreadContext& ctx, const char* text) {
-  const jmethodID constructor = ctx.env->GetMethodID(objectClass, "<init>", "(Ljava/lang/String;)V");
-  if (constructor == nullptr) return;
+jmethodID MDObject::textConstructor(ThreadContext& ctx) const {
+  return ctx.env->GetMethodID(objectClass, "<init>", "(Ljava/lang/String;)V");
+}
+
+void MDObject::constructFromText(ThreadContext& ctx, jmethodID constructor, const char* text) {
   const LocalRef<jstring> javaText(ctx.env, stringTojString(ctx, text));
   keepObject(ctx, ctx.env->NewObject(objectClass, constructor, javaText.get()));
 }

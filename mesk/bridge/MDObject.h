@@ -83,8 +83,9 @@ class MESK_API MDObject {
   template <class... Arguments>
   MESK_LOCAL void construct(ThreadContext& ctx, const char* signature, Arguments... arguments);
 
-  /// As `construct`, by a constructor that takes one text.
-  MESK_LOCAL void constructFromText(ThreadContext& ctx, const char* text);
+  // As `construct`, by the constructor that takes one text: null when it is missing.
+  MESK_LOCAL jmethodID textConstructor(ThreadContext& ctx) const;
+  MESK_LOCAL void constructFromText(ThreadContext& ctx, jmethodID constructor, const char* text);
 
   /// A new object of a store class: its constructor gets the context and a fresh exception object.
   MESK_LOCAL void create(ThreadContext& ctx, const char* className, jobject context, int& rc, int& sqlCode);

@@ -16,37 +16,38 @@ inline constexpr int kNoEmptyCode = 0;
 /// How a list's elements are fetched.
 enum class ListForm { sizeAndGet, toArray };
 
-/// How many elements `collection`, whose class is `cls`, has; 0 when it cannot be asked.
-inline int sizeOf(ThreadContext& ctx, jobject collection, jclass cls) {
-  const jmethodID size = ctx.env->GetMethodID(cls, "size", "()I");
-  return size == nullptr ? 0 : invoke<jint>(ctx, collection, size);
-}
-
-/// The elements of a java.util.Collection that has `get`. Missing methods leave it empty.
+/// A java.util.Collection that is asked for its size, and perhaps for its elements. What is missing leaves it empty.
 class Elements {
  public:
-  Elements(ThreadContext& ctx, jobject collection) : ctx_(ctx), collection_(collection) {
-    const LocalRef<jclass> cls(ctx.env, ctx.env->GetObjectClass(collection));
-    get_ = ctx.env->GetMethodID(cls.get(), "get", "(I)Ljava/lang/Object;");
-    if (get_ != nullptr) count_ = sizeOf(ctx, collection, cls.get());
+  /// `collection` outlives this.
+  Elements(ThreadContext& ctx, jobject collection)
+      : ctx_(ctx), collection_(collection), cls_(ctx.env, ctx.env->GetObjectClass(collection)) {
+    if (cls_) size_ = ctx.env->GetMethodID(cls_.get(), "size", "()I");
   }
 
-  int count() const { return count_; }
+  int count() const { return size_ == nullptr ? 0 : invoke<jint>(ctx_, collection_, size_); }
+
+  /// Gets ready for `at` before anything is asked; false when that cannot be.
+  bool canGet() {
+    if (size_ != nullptr) get_ = ctx_.env->GetMethodID(cls_.get(), "get", "(I)Ljava/lang/Object;");
+    return get_ != nullptr;
+  }
   LocalRef<> at(int i) const { return invoke<LocalRef<>>(ctx_, collection_, get_, jint{i}); }
 
  private:
   ThreadContext& ctx_;
   jobject collection_;
-  jmethodID get_;
-  int count_ = 0;
+  LocalRef<jclass> cls_;
+  jmethodID size_ = nullptr;
+  jmethodID get_ = nullptr;
 };
 
 /// Reads the elements of `collection` into a new array, one `make(element)` each; `make` gets an owned local
 /// reference. Missing methods leave `items` null and `count` 0.
 template <class Element, class Make>
 void readCollection(ThreadContext& ctx, const LocalRef<>& collection, Element*& items, int& count, Make make) {
-  const Elements elements(ctx, collection.get());
-  count = elements.count();
+  Elements elements(ctx, collection.get());
+  if (elements.canGet()) count = elements.count();
   if (count < 1) return;
   items = new (std::nothrow) Element[static_cast<std::size_t>(count)];
   if (items == nullptr) {
@@ -61,6 +62,7 @@ template <class Element, class Make>
 void readArray(ThreadContext& ctx, const LocalRef<>& collection, Element*& items, int& count, Make make) {
   JNIEnv* const env = ctx.env;
   const LocalRef<jclass> cls(env, env->GetObjectClass(collection.get()));
+  if (!cls) return;
   const jmethodID toArray = env->GetMethodID(cls.get(), "toArray", "()[Ljava/lang/Object;");
   if (toArray == nullptr) return;
   const auto array = invoke<LocalRef<jobjectArray>>(ctx, collection.get(), toArray);

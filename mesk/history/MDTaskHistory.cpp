@@ -204,8 +204,9 @@ void MDTaskHistory::setBrixInfo(ThreadContext& ctx, jobject context) {
   std::uint32_t bytes = 0;
   std::uint32_t rows = 0;
   if (call.code() == 0 && results) {
-    const Elements elements(ctx, results.get());
-    for (int i = 0; i < elements.count(); ++i) {
+    Elements elements(ctx, results.get());
+    const int count = elements.canGet() ? elements.count() : 0;
+    for (int i = 0; i < count; ++i) {
       const MDTaskResult result(ctx, elements.at(i).get());
       bytes += static_cast<std::uint32_t>(result.getByteCount(ctx));
       rows += static_cast<std::uint32_t>(result.getRowCount(ctx));

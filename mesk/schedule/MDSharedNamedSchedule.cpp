@@ -48,8 +48,7 @@ int MDSharedNamedSchedule::getNumScheduleEvent(ThreadContext& ctx, jobject conte
   StoreCall call(ctx, unused);
   const auto rules = call.invoke<LocalRef<>>(*this, kList, kListSignature, context);
   if (call.code() != 0 || !rules) return 0;
-  const LocalRef<jclass> cls(ctx.env, ctx.env->GetObjectClass(rules.get()));
-  return sizeOf(ctx, rules.get(), cls.get());
+  return Elements(ctx, rules.get()).count();
 }
 
 int MDSharedNamedSchedule::retrieveScheduleEventList(ThreadContext& ctx, jobject context, MDScheduleEvent**& events,

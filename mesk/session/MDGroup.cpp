@@ -6,7 +6,9 @@
 namespace mesk {
 
 MDGroup::MDGroup(ThreadContext& ctx, const char* name) {
-  if (bindClass(ctx, metadataClass<"MDGroup">)) constructFromText(ctx, PrincipalName(name, "MDGroup").text());
+  if (!bindClass(ctx, metadataClass<"MDGroup">)) return;
+  const jmethodID constructor = textConstructor(ctx);
+  if (constructor != nullptr) constructFromText(ctx, constructor, PrincipalName(name, "MDGroup").text());
 }
 
 MDGroup::MDGroup(ThreadContext& ctx, jobject obj) : MDObject(ctx, obj) {}

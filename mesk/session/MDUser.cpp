@@ -17,7 +17,9 @@ int ask(ThreadContext& ctx, const MDUser& user, const char* question, jobject co
 }  // namespace
 
 MDUser::MDUser(ThreadContext& ctx, const char* name) {
-  if (bindClass(ctx, metadataClass<"MDUser">)) constructFromText(ctx, PrincipalName(name, "MDUser").text());
+  if (!bindClass(ctx, metadataClass<"MDUser">)) return;
+  const jmethodID constructor = textConstructor(ctx);
+  if (constructor != nullptr) constructFromText(ctx, constructor, PrincipalName(name, "MDUser").text());
 }
 
 MDUser::MDUser(ThreadContext& ctx, jobject obj) : MDObject(ctx, obj) {}

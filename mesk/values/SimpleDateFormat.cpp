@@ -5,7 +5,9 @@
 namespace mesk {
 
 SimpleDateFormat::SimpleDateFormat(ThreadContext& ctx, const char* pattern) {
-  if (bindClass(ctx, "java/text/SimpleDateFormat")) constructFromText(ctx, pattern);
+  if (!bindClass(ctx, "java/text/SimpleDateFormat")) return;
+  const jmethodID constructor = textConstructor(ctx);
+  if (constructor != nullptr) constructFromText(ctx, constructor, pattern);
 }
 
 char* SimpleDateFormat::format(ThreadContext& ctx, const Date& date) const {

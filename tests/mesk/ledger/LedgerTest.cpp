@@ -59,9 +59,12 @@ std::vector<Code> codes(bool reports) {
 
 Answers answersOf(const Row& row, const Setting& setting) {
   Answers answers = row.answers;
-  answers.add("getRC", static_cast<long long>(setting.code));
-  answers.add("getNestedSQLCode", static_cast<long long>(setting.sqlCode));
-  answers.add("getNestedIntSQLState", static_cast<long long>(setting.sqlState));
+  const auto byItself = [&](const std::string& method, int value) {
+    if (!answers.has(method)) answers.add(method, static_cast<long long>(value));
+  };
+  byItself("getRC", setting.code);
+  byItself("getNestedSQLCode", setting.sqlCode);
+  byItself("getNestedIntSQLState", setting.sqlState);
   return answers;
 }
 
@@ -111,7 +114,7 @@ std::vector<std::string> differences(const Row& row, ThreadContext& ctx) {
       for (const bool traced : {false, true}) {
         unsigned points = 1;
         for (unsigned fault = 0; fault <= points && fault < kManyPoints; ++fault) {
-          const Setting setting{state, code.code, code.sqlCode, code.sqlState, traced, fault};
+          const Setting setting{state, code.code, code.sqlCode, code.sqlState, traced, row.attachFails, fault};
           const std::string different = difference(row, setting, ctx, points);
           ++played;
           if (different.empty()) continue;

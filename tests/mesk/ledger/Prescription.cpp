@@ -222,8 +222,14 @@ std::string Prescription::newWrapper(const Ref& object, std::size_t bytes) {
   return "wrapper " + show(made.object) + " " + show(made.objectClass);
 }
 
+bool Prescription::attach() {
+  const bool refused = setting_.attachFails && refuses();
+  line(std::string("AttachCurrentThread") + (refused ? " refused" : ""));
+  return !refused;
+}
+
 void Prescription::destroy(const Wrapper& wrapper) {
-  attach();
+  if (!attach()) return;
   if (!wrapper.object.empty()) deleteGlobalRef(wrapper.object);
   if (!wrapper.objectClass.empty()) deleteGlobalRef(wrapper.objectClass);
 }

@@ -47,6 +47,9 @@ class Prescription {
 
   const Setting& setting() const { return setting_; }
 
+  /// A Java string that the operation is given.
+  void know(const Ref& javaText, const std::string& utf8) { texts_[javaText] = utf8; }
+
   /// The wrapper that the operation is called on, in its state.
   Wrapper target() const;
 
@@ -62,7 +65,7 @@ class Prescription {
   Ref newByteArray(int length);
   int getArrayLength(const Ref& array);
   Ref getObjectArrayElement(const Ref& array, int index);
-  void attach() { line("AttachCurrentThread"); }
+  bool attach();
 
   template <class... A>
   Ref newObject(const Ref& cls, A... arguments) {
@@ -139,8 +142,10 @@ class Prescription {
   unsigned points() const { return points_; }
   bool refuses() { return ++points_ == setting_.fault; }
 
-  /// References and blocks of memory that stay behind on purpose.
-  void leaves(const Ref& reference) { left_.push_back(reference); }
+  /// References and blocks of memory that stay behind on purpose; one that was given is its giver's.
+  void leaves(const Ref& reference) {
+    if (reference.starts_with('#')) left_.push_back(reference);
+  }
   void leavesBlock() { ++leftBlocks_; }
   const std::vector<Ref>& left() const { return left_; }
   std::size_t leftBlocks() const { return leftBlocks_; }

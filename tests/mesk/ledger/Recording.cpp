@@ -190,8 +190,7 @@ struct Recording::Functions {
       std::fputs("the library deleted a reference that nobody gave it\n", stderr);
       std::abort();
     }
-    self.names_.erase(object);
-    self.given_.erase(object);
+    self.forget(object);
     const Real env;
     Global ? env->DeleteGlobalRef(object) : env->DeleteLocalRef(object);
   }
@@ -203,7 +202,11 @@ struct Recording::Functions {
     if (!recording->refuses()) {
       const Real env;
       object = env->NewObjectA(cls, constructor, arguments.data());
-      if (env->ExceptionCheck()) env->ExceptionDescribe();
+      // A constructor that throws, for what it is given means nothing: whether there is an object is the setting's.
+      if (env->ExceptionCheck()) {
+        env->ExceptionClear();
+        object = env->AllocObject(cls);
+      }
     }
     recording->answered(object);
     recording->addLine(line + recording->suffix(object));
@@ -332,8 +335,16 @@ struct Recording::Functions {
   }
 
   static jint attach(JavaVM* /*vm*/, void** env, void* arguments) {
-    recording->addLine(std::string("AttachCurrentThread") + (arguments == nullptr ? "" : " with arguments"));
-    return recording->originalVm_->AttachCurrentThread(recording->vm_, env, arguments);
+    const bool refused = recording->setting_.attachFails && recording->refuses();
+    recording->addLine(std::string("AttachCurrentThread") + (arguments == nullptr ? "" : " with arguments") +
+                       (refused ? " refused" : ""));
+    return refused ? JNI_ERR : recording->originalVm_->AttachCurrentThread(recording->vm_, env, arguments);
+  }
+
+  /// The test goes on with the thread as it is.
+  static jint detach(JavaVM* /*vm*/) {
+    recording->addLine("DetachCurrentThread");
+    return JNI_OK;
   }
 
   static void lay(JNINativeInterface_& t) {
@@ -373,6 +384,7 @@ Recording::Recording(JNIEnv* env, const Setting& setting, Answers answers)
   Functions::lay(table_);
   fillWithStrange(vmTable_);
   vmTable_.AttachCurrentThread = Functions::attach;
+  vmTable_.DetachCurrentThread = Functions::detach;
   recording = this;
   setLogSink(takeLog, nullptr);
   setTraceSink(setting.traced ? takeTrace : nullptr, nullptr);
@@ -385,8 +397,11 @@ Recording::~Recording() {
   for (const auto& [reference, name] : names_) {
     if (given_.count(reference) != 0) continue;
     const auto object = static_cast<jobject>(const_cast<void*>(reference));
-    if (env_->GetObjectRefType(object) == JNIGlobalRefType) env_->DeleteGlobalRef(object);
-    if (env_->GetObjectRefType(object) == JNILocalRefType) env_->DeleteLocalRef(object);
+    if (env_->GetObjectRefType(object) == JNIGlobalRefType) {
+      env_->DeleteGlobalRef(object);
+    } else {
+      env_->DeleteLocalRef(object);
+    }
   }
 }
 
@@ -396,6 +411,11 @@ void Recording::know(const void* given, const std::string& name) {
   if (given == nullptr) return;
   names_[given] = name;
   given_.insert(given);
+}
+
+void Recording::forget(const void* given) {
+  names_.erase(given);
+  given_.erase(given);
 }
 
 void Recording::lay(bool on) {

@@ -26,6 +26,9 @@ class Recording {
   /// A reference, or a latch, that the operation is given.
   void know(const void* given, const std::string& name);
 
+  /// It is not given any more.
+  void forget(const void* given);
+
   /// Runs `operation` and writes down what it does.
   void record(const std::function<void()>& operation);
 

@@ -57,6 +57,11 @@ std::string Run::owned(char* text) {
   return quoted(text);
 }
 
+void Run::givesBytes(signed char* bytes, int count) {
+  say("gives " + (bytes == nullptr ? "null" : show(count) + " bytes"));
+  atEnd_.push_back([bytes] { ::operator delete(bytes); });
+}
+
 void Run::givesLocal(jobject reference) {
   say("gives reference " + show(recording_.nameOf(reference)));
   if (reference != nullptr) atEnd_.push_back([this, reference] { ctx.env->DeleteLocalRef(reference); });

@@ -40,11 +40,30 @@ class Run {
     return made;
   }
 
+  /// As `target`, made by `new`: the operation deletes it.
+  template <class W>
+  W* released(const std::string& className) {
+    const jobject local = local_(className);
+    W* const made = newWrapper<W>(ctx, local);
+    ctx.env->DeleteLocalRef(local);
+    recording_.know(made->object, "target");
+    recording_.know(made->objectClass, "target.class");
+    if (setting.state == State::dead || setting.state == State::withoutObject) drop_(made->object);
+    if (setting.state == State::dead || setting.state == State::withoutClass) drop_(made->objectClass);
+    return made;
+  }
+
   /// A live wrapper of an object of `className`, `name` and `name`.class; lives as long as this.
   template <class W>
   W& wrapper(const std::string& className, const std::string& name) {
     const jobject local = local_(className);
-    const auto made = std::shared_ptr<W>(newWrapper<W>(ctx, local));
+    std::shared_ptr<W> made;
+    if constexpr (std::is_constructible_v<W, ThreadContext&, const char*> &&
+                  !std::is_constructible_v<W, ThreadContext&, jobject>) {
+      made = std::make_shared<W>(ctx, "yyyy");  // a format is made from its pattern only
+    } else {
+      made = std::shared_ptr<W>(newWrapper<W>(ctx, local));
+    }
     ctx.env->DeleteLocalRef(local);
     keep_(made, *made, name);
     return *made;
@@ -63,6 +82,9 @@ class Run {
   /// A Java string, the same.
   jstring text(const std::string& utf8, const std::string& name);
 
+  /// A latch that the operation takes or frees: "latch".
+  void knowLatch(const void* latch) { recording_.know(latch, "latch"); }
+
   void record(const std::function<void()>& operation) { recording_.record(operation); }
 
   // What the operation gave; deleted when the row ends.
@@ -72,6 +94,7 @@ class Run {
   template <class W>
   requires std::is_base_of_v<MDObject, W>
   void gives(W* wrapper) { say("gives " + owned(wrapper)); }
+  void givesBytes(signed char* bytes, int count);
   void givesLocal(jobject reference);
   void givesGlobal(jobject reference);
   template <class Element>
@@ -90,6 +113,12 @@ class Run {
 
  private:
   jobject local_(const std::string& className);
+  template <class Reference>
+  void drop_(Reference& global) {
+    recording_.forget(global);
+    ctx.env->DeleteGlobalRef(global);
+    global = nullptr;
+  }
   void keep_(std::shared_ptr<void> owner, MDObject& wrapper, const std::string& name);
   std::string owned(char* text);
   template <class W>
@@ -136,9 +165,10 @@ struct Row {
   std::string variant;
   std::function<void(Run&)> run;
   std::function<void(Prescription&)> prescribe;
-  Answers answers = {};  ///< the exception object's code comes by itself
+  Answers answers = {};  ///< the exception object's code comes by itself, unless it is said here
   std::vector<State> states = {State::live};
-  bool reports = false;  ///< goes through the store's codes
+  bool reports = false;      ///< goes through the store's codes
+  bool attachFails = false;  ///< lets the attaching of the thread fail too
 };
 
 inline const std::vector<State> kEveryState = {State::live, State::dead, State::withoutObject, State::withoutClass};

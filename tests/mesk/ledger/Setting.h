@@ -33,6 +33,7 @@ class Answers {
  public:
   void add(const std::string& method, Answer answer) { answers_[method].push_back(std::move(answer)); }
   Answer take(const std::string& method);
+  bool has(const std::string& method) const { return answers_.contains(method); }
 
  private:
   std::map<std::string, std::vector<Answer>> answers_;
@@ -48,7 +49,8 @@ struct Setting {
   int sqlCode = 0;
   int sqlState = 0;
   bool traced = false;
-  unsigned fault = 0;  ///< the lookup, reference, object or allocation that fails, 1 being the first; 0 for none
+  bool attachFails = false;  ///< attaching a thread is among what can fail
+  unsigned fault = 0;        ///< the lookup, reference, object or allocation that fails, 1 being the first; 0 for none
 };
 void PrintTo(const Setting& setting, std::ostream* out);
 
