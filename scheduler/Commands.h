@@ -161,9 +161,9 @@ std::string resultText(int status, int returnCode);
 
 // How a task stands: "running", "disabled", ...; how its last run ended, empty before the first; and both as JSON, with
 // times and what tells the task from others.
-std::string stateText(MDTask& task, ThreadContext& ctx);
-std::string lastText(MDTask& task, Session& session);
-Json jsonOf(MDTask& task, Session& session);
+std::string stateText(const MDTask& task, ThreadContext& ctx);
+std::string lastText(const MDTask& task, Session& session);
+Json jsonOf(const MDTask& task, Session& session);
 
 std::string joined(const std::vector<std::string>& words);
 

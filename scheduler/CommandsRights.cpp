@@ -22,7 +22,7 @@ bool contains(const std::vector<std::string>& names, const std::string& name) {
 }
 
 /// Whom the session works for, as messages call him.
-std::string userOf(Session& session) { return inCapitals(session.user()); }
+std::string userOf(const Session& session) { return inCapitals(session.user()); }
 
 template <class P>
 int setRight(MDTask& task, Session& session, TaskRight right, P& principal, bool allowed) {

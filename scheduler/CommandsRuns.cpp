@@ -109,7 +109,7 @@ std::string nameInTree(const ListedRun& listed, ThreadContext& ctx) {
   return listed.depth == 0 ? name : std::string(2 * (listed.depth - 1), ' ') + "└ " + name;
 }
 
-Json jsonOf(MDTaskHistory& run, Session& session) {
+Json jsonOf(const MDTaskHistory& run, Session& session) {
   ThreadContext& ctx = session.ctx();
   const int status = run.getRunningStatus(ctx);
   const auto parent = parentOf(run, ctx);
@@ -162,7 +162,7 @@ std::vector<Attempt> attempts(MDTaskHistory& run, Session& session) {
 }
 
 /// What the attempt that runs now has written, if this user may see it.
-std::string outputSoFar(MDTaskHistory& run, Session& session) {
+std::string outputSoFar(const MDTaskHistory& run, Session& session) {
   ThreadContext& ctx = session.ctx();
   if (run.getRunningStatus(ctx) != kRunRunning) return {};
   const AttemptID id{run.getTaskHistoryID(ctx), run.getRetryCount(ctx) + 1};

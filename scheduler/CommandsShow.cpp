@@ -99,7 +99,7 @@ std::string notificationText(const Notification& notification) {
   return text;
 }
 
-std::string textOf(const Shown& shown, MDTask& record, Session& session) {
+std::string textOf(const Shown& shown, const MDTask& record, Session& session) {
   ThreadContext& ctx = session.ctx();
   const TaskDefinition& task = shown.definition;
   std::string out;

@@ -128,20 +128,20 @@ std::string joined(const std::vector<std::string>& words) {
   return text;
 }
 
-std::string stateText(MDTask& task, ThreadContext& ctx) {
+std::string stateText(const MDTask& task, ThreadContext& ctx) {
   if (task.getState(ctx) == 2) return "running";
   if (task.getScheduleEnable(ctx) == 0) return "disabled";
   return task.getState(ctx) == 1 ? "scheduled" : "idle";
 }
 
 /// Empty when it has not run yet.
-std::string lastText(MDTask& task, Session& session) {
+std::string lastText(const MDTask& task, Session& session) {
   ThreadContext& ctx = session.ctx();
   if (!session.millis(task.getLastEnd(ctx))) return {};
   return outcomeText(task.getLastSuccess(ctx) != 0, task.getLastReturnCode(ctx));
 }
 
-Json jsonOf(MDTask& task, Session& session) {
+Json jsonOf(const MDTask& task, Session& session) {
   ThreadContext& ctx = session.ctx();
   Json object;
   object["task"] = text(task.getTaskName(ctx));

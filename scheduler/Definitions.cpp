@@ -314,7 +314,7 @@ Definitions::Starters Definitions::startersOf(MDTask& task) {
   return starters;
 }
 
-ScheduleRule Definitions::ruleOf(MDScheduleEvent& event) {
+ScheduleRule Definitions::ruleOf(const MDScheduleEvent& event) {
   ScheduleRule rule;
   rule.intervalType = event.getIntervalType(ctx_);
   rule.intervalUnit = event.getIntervalUnit(ctx_);
@@ -577,7 +577,7 @@ std::optional<std::int64_t> Definitions::startOf(const ScheduleRule& rule) {
 }
 
 /// The first instant from now on. That of a rule without recurrence is its start or none.
-std::optional<std::int64_t> Definitions::firstInstant(MDScheduleEvent& event, const ScheduleRule& rule) {
+std::optional<std::int64_t> Definitions::firstInstant(const MDScheduleEvent& event, const ScheduleRule& rule) {
   const auto start = startOf(rule);
   if (!start) return std::nullopt;
   auto from = session_.timestamp(*start);

@@ -231,8 +231,8 @@ class Definitions {
   void settleRetry(Execution& execution);
   void update(MDTask& task);
 
-  ScheduleRule ruleOf(MDScheduleEvent& event);
-  std::optional<std::int64_t> firstInstant(MDScheduleEvent& event, const ScheduleRule& rule);
+  ScheduleRule ruleOf(const MDScheduleEvent& event);
+  std::optional<std::int64_t> firstInstant(const MDScheduleEvent& event, const ScheduleRule& rule);
   long long parsed(const SimpleDateFormat& format, const std::string& text);
   void announce();
 

@@ -147,10 +147,10 @@ void Definitions::applySchedules(const std::vector<ScheduleDefinition>& wanted, 
 Applied Definitions::applySchedule(StoredSchedule* existing, const ScheduleDefinition& wanted, Work& work) {
   const std::string what = fmt::format("defining shared schedule '{}'", wanted.name.name);
   Applied applied{wanted.name.name, Applied::Kind::kUnchanged, {}, "schedule"};
-  int rc = 0;
   int sqlCode = 0;
   StoredSchedule made;
   if (existing == nullptr) {
+    int rc = 0;
     made.record = std::make_unique<MDSharedNamedSchedule>(ctx_, session_.context(), rc, sqlCode);
     session_.check(rc, sqlCode, what);
     made.name = wanted.name.name;

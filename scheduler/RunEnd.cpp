@@ -33,7 +33,7 @@ std::vector<tSuccessRelation> successCodes(Session& session, MDTask& task) {
   const int rc = task.retrieveAllCodeCondition(session.ctx(), session.context(), items, count, sqlCode);
   const std::unique_ptr<tSuccessRelation[]> owner(items);
   session.check(rc, sqlCode, "reading the success codes of a task");
-  return {items, items + count};
+  return std::vector<tSuccessRelation>(owner.get(), owner.get() + count);
 }
 
 }  // namespace

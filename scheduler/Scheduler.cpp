@@ -156,7 +156,7 @@ void Scheduler::settleTasks() {
   }
 }
 
-void Scheduler::recover(MDTaskExec& exec) {
+void Scheduler::recover(const MDTaskExec& exec) {
   ThreadContext& ctx = session_.ctx();
   const long long run = exec.getTaskHistoryID(ctx);
   int rc = 0;
@@ -663,7 +663,7 @@ void Scheduler::insertHistory(MDTaskExec& exec, MDTask& task, long long run, lon
   session_.check(history.insert(ctx, session_.context(), sqlCode), sqlCode, fmt::format("recording run {}", run));
 }
 
-Scheduler::Start Scheduler::request(MDTaskExec& exec, MDTask& task, const AttemptID& id) {
+Scheduler::Start Scheduler::request(const MDTaskExec& exec, const MDTask& task, const AttemptID& id) {
   ThreadContext& ctx = session_.ctx();
   Start start{.id = id};
   const RunOptions options = optionsOf(session_, task, &start.refusal);
@@ -878,7 +878,7 @@ std::unique_ptr<MDScheduleEvent> Scheduler::rule(const MDTaskExec& exec) {
 }
 
 /// The first instant of the execution's rule after `instant`, whatever the time is now.
-std::optional<std::int64_t> Scheduler::nextAfter(MDTaskExec& exec, std::int64_t instant) {
+std::optional<std::int64_t> Scheduler::nextAfter(const MDTaskExec& exec, std::int64_t instant) {
   const auto rule = this->rule(exec);
   return rule == nullptr ? std::nullopt : definitions_.instantAfter(*rule, instant);
 }
@@ -924,7 +924,7 @@ bool Scheduler::stillApplies(const MDTaskExec& exec, MDTask& task) {
 }
 
 /// 0: no rule; 1: counted from the end of a run; 2: from its instant.
-int Scheduler::rescheduleStatus(MDTaskExec& exec) {
+int Scheduler::rescheduleStatus(const MDTaskExec& exec) {
   const auto rule = this->rule(exec);
   if (rule == nullptr) return 0;
   return rule->isEndToStart(session_.ctx()) == 1 ? 1 : 2;

@@ -145,18 +145,18 @@ class Scheduler {
   long long claimInstant(MDTaskExec& exec);
   void insertHistory(MDTaskExec& exec, MDTask& task, long long run, long long root, RunningStatus status,
                      std::int64_t start);
-  Start request(MDTaskExec& exec, MDTask& task, const AttemptID& id);
+  Start request(const MDTaskExec& exec, const MDTask& task, const AttemptID& id);
   void launch(const Start& start, const MDTaskExec& exec);
-  void recover(MDTaskExec& exec);
+  void recover(const MDTaskExec& exec);
 
   void record(const AttemptID& id, const RunStatus& status, std::optional<RunningStatus> known,
               const std::string& output);
-  std::optional<std::int64_t> nextAfter(MDTaskExec& exec, std::int64_t instant);
+  std::optional<std::int64_t> nextAfter(const MDTaskExec& exec, std::int64_t instant);
   void queueNext(MDTaskExec& exec, std::int64_t instant);
   void queueRerun(MDTaskExec& exec, std::int64_t now);
   void queueSuccessor(MDTaskExec& exec, std::int64_t start, bool scheduled);
   bool stillApplies(const MDTaskExec& exec, MDTask& task);
-  int rescheduleStatus(MDTaskExec& exec);
+  int rescheduleStatus(const MDTaskExec& exec);
   void updateTask(MDTask& task);
 
   /// A transaction that may put successors into the queue: when it fails, they are taken out again.

@@ -95,8 +95,10 @@ std::string Table::text(std::size_t width) const {
   std::vector<std::vector<std::string>> lines(1);
   for (const Column& column : columns_) lines[0].push_back(shown(column.title));
   for (const auto& row : rows_) {
-    std::vector<std::string>& line = lines.emplace_back();
+    std::vector<std::string> line;
+    line.reserve(row.size());
     for (const std::string& cell : row) line.push_back(shown(cell));
+    lines.push_back(std::move(line));
   }
 
   std::vector<std::size_t> widths(columns_.size(), 0);

@@ -158,7 +158,7 @@ std::vector<std::string> TaskParts::starts(MDTask& task) {
   return names;
 }
 
-void TaskParts::setSteps(MDTask& task, const std::vector<std::vector<Reference>>& steps, const Find& find) {
+void TaskParts::setSteps(const MDTask& task, const std::vector<std::vector<Reference>>& steps, const Find& find) {
   std::vector<TaskKey> members;
   for (const auto& stage : steps) {
     for (const Reference& step : stage) members.push_back(keyOf(find(step.name)));

@@ -76,7 +76,7 @@ class TaskParts {
   std::vector<std::string> starts(MDTask& task);
 
   /// The tasks become members in their order; how they run together is not kept here.
-  void setSteps(MDTask& task, const std::vector<std::vector<Reference>>& steps, const Find& find);
+  void setSteps(const MDTask& task, const std::vector<std::vector<Reference>>& steps, const Find& find);
 
   // Each answers what was changed.
   std::vector<std::string> changeSuccess(MDTask& task, const std::vector<SuccessCode>& wanted);

@@ -14,7 +14,7 @@ constexpr std::uint32_t kLogInsert = 0x10080148;
 constexpr std::uint32_t kLogUpdate = 0x10080149;
 constexpr std::uint32_t kLogDelete = 0x1008014A;
 
-constexpr auto kListSignature = storeSignature<"", kCollectionType>;
+constexpr auto& kListSignature = storeSignature<"", kCollectionType>;
 constexpr auto kSnapshotType = metadataType<"MDTaskSnapshot">;
 
 }  // namespace

@@ -508,7 +508,10 @@ bool LocalZone::agreesWithThePlatform() const {
   _mktime64(&any);
   if (!agreesOnLocalTime()) return false;
   // Another thread's conversion can come in between and leave its offset; that does not happen every time.
-  return agreesOnConversions() || agreesOnConversions() || agreesOnConversions();
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    if (agreesOnConversions()) return true;
+  }
+  return false;
 }
 
 bool LocalZone::agreesOnLocalTime() const {

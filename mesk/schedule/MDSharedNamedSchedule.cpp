@@ -7,7 +7,7 @@ namespace mesk {
 namespace {
 
 constexpr const char* kList = "retrieveScheduleEventList";
-constexpr auto kListSignature = storeSignature<"", kCollectionType>;
+constexpr auto& kListSignature = storeSignature<"", kCollectionType>;
 constexpr auto kEventSignature = storeSignature<metadataType<"MDScheduleEvent">, "V">;
 
 }  // namespace

@@ -120,7 +120,7 @@ void callSession(ThreadContext& ctx, StoreCall& call, const char* method, const 
 OSSLatch* MDUtility::mdLock = nullptr;
 
 MDUtility::MDUtility(ThreadContext& ctx) {
-  const PARLException unused(ctx);
+  [[maybe_unused]] const PARLException unused(ctx);
   if (bindClass(ctx, metadataClass<"MDUtility">)) construct(ctx, "()V");
 }
 

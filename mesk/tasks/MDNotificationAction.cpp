@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint32_t kContactServiceVersion = 81;
 constexpr std::size_t kContactNameBytes = 128;
 
-constexpr auto kListSignature = storeSignature<"", kCollectionType>;
+constexpr auto& kListSignature = storeSignature<"", kCollectionType>;
 
 using Text = std::unique_ptr<char[]>;
 

@@ -195,7 +195,7 @@ void MDTask::setPasswordByteArr(ThreadContext& ctx, jbyteArray bytes) {
 }
 
 char* MDTask::getFormattedTaskCategoriesName(ThreadContext& ctx, jobject context) const {
-  constexpr auto kSignature = joined<"(", kContextType, ")", kStringType>;
+  constexpr auto& kSignature = joined<"(", kContextType, ")", kStringType>;
   auto name = callMethod<LocalRef<jstring>>(ctx, *this, "getFormattedTaskCategoriesName", kSignature, context);
   return jStringToString(ctx, name.release());
 }
