@@ -282,9 +282,34 @@ bool utf8ToUtf8(std::string_view source, std::uint32_t flags, Target& target) {
   return substituted;
 }
 
-bool utf8ToPivot(std::string_view source, bool java, std::u16string& pivot) {
+/// What a conversion writes down in between. It may be a password, so nothing of it stays in memory.
+template <class Characters>
+class Wiped {
+ public:
+  Wiped() = default;
+  ~Wiped() { wipe(); }
+  Wiped(const Wiped&) = delete;
+  Wiped& operator=(const Wiped&) = delete;
+
+  Characters& get() { return characters_; }
+
+  /// Emptied, with room for `count`.
+  Characters& withRoom(std::size_t count) {
+    wipe();
+    characters_.clear();
+    characters_.reserve(count);
+    return characters_;
+  }
+
+ private:
+  void wipe() { explicit_bzero(characters_.data(), characters_.capacity() * sizeof(typename Characters::value_type)); }
+
+  Characters characters_;
+};
+
+bool utf8ToPivot(std::string_view source, bool java, Wiped<std::u16string>& wiped) {
   bool substituted = false;
-  pivot.reserve(source.size());
+  std::u16string& pivot = wiped.withRoom(source.size());
   const auto* at = reinterpret_cast<const unsigned char*>(source.data());
   const unsigned char* const end = at + source.size();
   while (at != end) {
@@ -303,9 +328,10 @@ bool utf8ToPivot(std::string_view source, bool java, std::u16string& pivot) {
   return substituted;
 }
 
-bool codePageToPivot(Converter& converter, std::string_view source, std::u16string& pivot) {
+bool codePageToPivot(Converter& converter, std::string_view source, Wiped<std::u16string>& wiped) {
   converter.substituted = false;
   UErrorCode error = U_ZERO_ERROR;
+  std::u16string& pivot = wiped.withRoom(source.size());
   pivot.resize(source.size());
   const auto convert = [&] {
     error = U_ZERO_ERROR;
@@ -314,7 +340,7 @@ bool codePageToPivot(Converter& converter, std::string_view source, std::u16stri
   };
   std::int32_t length = convert();
   if (error == U_BUFFER_OVERFLOW_ERROR) {
-    pivot.resize(static_cast<std::size_t>(length));
+    wiped.withRoom(static_cast<std::size_t>(length)).resize(static_cast<std::size_t>(length));
     length = convert();
   }
   pivot.resize(static_cast<std::size_t>(length));
@@ -346,7 +372,9 @@ std::size_t encode(Converter& converter, const std::u16string& pivot, std::size_
 bool pivotToCodePage(Converter& converter, std::u16string& pivot, Target& target) {
   std::replace(pivot.begin(), pivot.end(), u'\0', kNoCharacter);
   converter.substituted = false;
-  std::string bytes(target.room(), '\0');
+  Wiped<std::string> wiped;
+  std::string& bytes = wiped.withRoom(target.room());
+  bytes.resize(target.room());
   std::size_t length = encode(converter, pivot, pivot.size(), bytes);
   if (length > bytes.size()) {
     // Find the longest beginning that fits. It is converted as a text of its own, because in some code
@@ -384,9 +412,10 @@ std::uint32_t convert(CodePageConversion& conversion) {
   if (fromUtf8 && toUtf8) {
     substituted = utf8ToUtf8(source, conversion.flags, target);
   } else {
-    std::u16string pivot;
-    substituted = fromUtf8 ? utf8ToPivot(source, (conversion.flags & kSourceIsJava) != 0, pivot)
-                           : codePageToPivot(*from, source, pivot);
+    Wiped<std::u16string> wiped;
+    substituted = fromUtf8 ? utf8ToPivot(source, (conversion.flags & kSourceIsJava) != 0, wiped)
+                           : codePageToPivot(*from, source, wiped);
+    std::u16string& pivot = wiped.get();
     substituted |= toUtf8 ? pivotToUtf8(pivot, (conversion.flags & kTargetIsJava) != 0, target)
                           : pivotToCodePage(*to, pivot, target);
   }

@@ -110,11 +110,10 @@ jstring MDObject::stringTojString(ThreadContext& ctx, const char* s) {
                                 buffer,
                                 static_cast<std::uint32_t>(length * 3),
                                 0};
-  if (sqlocpcv(&conversion) == kCodePageUnusable) {
-    _ossMemFree(buffer, "MDObject", 230);
-    return nullptr;
-  }
-  LocalRef<jstring> text(ctx.env, ctx.env->NewStringUTF(buffer));
+  const bool usable = sqlocpcv(&conversion) != kCodePageUnusable;
+  LocalRef<jstring> text(ctx.env, usable ? ctx.env->NewStringUTF(buffer) : nullptr);
+  // It may be a password, which a core of the process is not to show.
+  explicit_bzero(buffer, length * 3);
   _ossMemFree(buffer, "MDObject", 230);
   return text.release();
 }
