@@ -4,9 +4,13 @@
 #include <mesk/ledger/Row.h>
 #include <mesk/support/JvmTest.h>
 #include <platform/CodePage.h>
+#include <platform/Log.h>
+#include <platform/Trace.h>
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
+#include <new>
 #include <random>
 #include <set>
 
@@ -86,11 +90,10 @@ std::string difference(const Row& row, const Setting& setting, ThreadContext& ct
   row.run(run);
   std::vector<std::string> done = recording.lines();
   done.insert(done.end(), run.said().begin(), run.said().end());
-  if (done != prescription.lines()) {
-    const auto [expected, got] =
-        std::mismatch(prescription.lines().begin(), prescription.lines().end(), done.begin(), done.end());
+  if (const std::vector<std::string> prescribed = prescription.all(); done != prescribed) {
+    const auto [expected, got] = std::mismatch(prescribed.begin(), prescribed.end(), done.begin(), done.end());
     const auto rest = [](auto from, auto to) { return from == to ? std::string("(nothing more)") : *from; };
-    return "prescribed: " + rest(expected, prescription.lines().end()) + "\ndone:       " + rest(got, done.end()) +
+    return "prescribed: " + rest(expected, prescribed.end()) + "\ndone:       " + rest(got, done.end()) +
            "\nall that was done:\n" + joined(done);
   }
   run.deleteGiven();
@@ -169,6 +172,100 @@ TEST_F(LedgerTest, DISABLED_EveryExportedOperationHasARow) {
   for (const Row& row : allRows()) without.erase(row.symbol);
   std::printf("%zu of %zu exported operations have a row\n", exported - without.size(), exported);
   for (const std::string& symbol : without) ADD_FAILURE() << "no row for " << symbol;
+}
+
+/// An operation beside what it has to do, and the same with one thing wrong.
+class WrongRowTest : public LedgerTest {
+ protected:
+  using Run = ledger::Run;
+
+  /// A commit that is right, but for what `run` and `prescribe` add behind it.
+  Row commit(const std::function<void(Run&)>& run = nullptr,
+             const std::function<void(Prescription&)>& prescribe = nullptr) {
+    Row right = rowOf("mesk::MDUtility::commit(mesk::ThreadContext&, _jobject*)");
+    Row wrong = right;
+    wrong.run = [right, run](Run& r) {
+      right.run(r);
+      if (run) run(r);
+    };
+    wrong.prescribe = [right, prescribe](Prescription& p) {
+      right.prescribe(p);
+      if (prescribe) prescribe(p);
+    };
+    return wrong;
+  }
+
+  static const Row& rowOf(const std::string& symbol) {
+    const auto found =
+        std::find_if(allRows().begin(), allRows().end(), [&](const Row& row) { return row.symbol == symbol; });
+    if (found == allRows().end()) throw std::logic_error("no row for " + symbol);
+    return *found;
+  }
+
+  std::string found(const Row& row) {
+    const JniTable::Pause pause(ctx.env);
+    return joined(differences(row, ctx));
+  }
+
+  void expectFound(const Row& row, const char* what) { EXPECT_PRED_FORMAT2(::testing::IsSubstring, what, found(row)); }
+
+  static jobject leaked(Run& run) {
+    jobject made = nullptr;
+    run.record([&] { made = run.ctx.env->FindClass("java/lang/Object"); });
+    return made;
+  }
+};
+
+TEST_F(WrongRowTest, WhatIsRightIsNotBlamed) { EXPECT_EQ(found(commit()), ""); }
+
+TEST_F(WrongRowTest, ACallThatIsNotPrescribedIsFound) {
+  const Row wrong = commit([](Run& run) {
+    const jobject made = leaked(run);
+    run.record([&] { run.ctx.env->DeleteLocalRef(made); });
+  });
+  expectFound(wrong, "FindClass java/lang/Object");
+}
+
+TEST_F(WrongRowTest, ACallThatIsNotMadeIsFound) {
+  const Row wrong = commit(nullptr, [](Prescription& p) { p.findClass("java/lang/Object"); });
+  expectFound(wrong, "prescribed: FindClass java/lang/Object");
+}
+
+TEST_F(WrongRowTest, AReferenceThatIsLeftIsFound) {
+  const Row wrong = commit([](Run& run) { leaked(run); }, [](Prescription& p) { p.findClass("java/lang/Object"); });
+  expectFound(wrong, "references left behind");
+}
+
+TEST_F(WrongRowTest, MemoryThatIsLeftIsFound) {
+  std::vector<std::unique_ptr<char[]>> lost;
+  const Row wrong = commit([&](Run& run) { run.record([&] { lost.emplace_back(new (std::nothrow) char[7]); }); },
+                           [](Prescription& p) { p.allocate(7); });
+  expectFound(wrong, "1 blocks of memory left behind");
+}
+
+TEST_F(WrongRowTest, AWrongRecordIsFound) {
+  const std::int32_t written = 5;
+  for (const std::int32_t prescribed : {4, 5}) {
+    const Row row = commit(
+        [&](Run& run) {
+          run.record([&] {
+            ossLog(nullptr, 1, 0, 10, 3, 1, static_cast<const void*>(&written), sizeof written, std::int32_t{-2});
+          });
+        },
+        [prescribed](Prescription& p) { p.log(1, 10, {integer(prescribed)}); });
+    EXPECT_EQ(found(row).empty(), prescribed == written);
+  }
+}
+
+TEST_F(WrongRowTest, ATraceThatIsWrittenWhileItIsOffIsFound) {
+  const std::int32_t code = 0;
+  const Row wrong = commit([&](Run& run) { run.record([&] { _gtraceExit(ossThreadID(), 1, &code, 0); }); });
+  expectFound(wrong, "trace exit 0x00000001");
+}
+
+TEST_F(WrongRowTest, AWrongResultIsFound) {
+  const Row wrong = commit([](Run& run) { run.answer(1); }, [](Prescription& p) { p.result(says::answer(2)); });
+  expectFound(wrong, "prescribed: answer 2\ndone:       answer 1");
 }
 
 }  // namespace

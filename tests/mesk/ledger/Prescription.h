@@ -135,10 +135,15 @@ class Prescription {
   void outcome(const Wrapper& exception, int& rc, int& sqlCode);
 
   // What the operation gave, line by line; the same texts as the operation's side says.
-  void result(const std::string& what) { lines_.push_back(what); }
+  void result(const std::string& what) { results_.push_back(what); }
 
   void line(const std::string& text) { lines_.push_back(text); }
-  const std::vector<std::string>& lines() const { return lines_; }
+  /// The calls and records, and behind them the results.
+  std::vector<std::string> all() const {
+    std::vector<std::string> lines = lines_;
+    lines.insert(lines.end(), results_.begin(), results_.end());
+    return lines;
+  }
   unsigned points() const { return points_; }
   bool refuses() { return ++points_ == setting_.fault; }
 
@@ -177,6 +182,7 @@ class Prescription {
   unsigned points_ = 0;
   unsigned made_ = 0;
   std::vector<std::string> lines_;
+  std::vector<std::string> results_;
   std::map<Ref, std::string> texts_;  ///< what the Java strings hold, in UTF-8
   std::map<Ref, int> byteArrays_;
   std::map<Ref, std::vector<std::string>> arrays_;
