@@ -51,10 +51,10 @@ Item integer(std::int32_t value) {
 
 Item text(const std::string& value) { return {-5, value}; }
 
-Wrapper Prescription::target() const {
-  const bool object = setting_.state == State::live || setting_.state == State::withoutClass;
-  const bool cls = setting_.state == State::live || setting_.state == State::withoutObject;
-  return {object ? "target" : "", cls ? "target.class" : ""};
+Wrapper wrapperIn(State state, const Ref& name) {
+  const bool object = state == State::live || state == State::withoutClass;
+  const bool cls = state == State::live || state == State::withoutObject;
+  return {object ? name : "", cls ? name + ".class" : ""};
 }
 
 Ref Prescription::answered(const std::string& call, bool there) {

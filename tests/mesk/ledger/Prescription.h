@@ -31,6 +31,9 @@ struct Wrapper {
   bool live() const { return !object.empty() && !objectClass.empty(); }
 };
 
+/// The wrapper `name` in that state.
+Wrapper wrapperIn(State state, const Ref& name);
+
 /// An item of a record.
 struct Item {
   std::int32_t type;
@@ -51,7 +54,7 @@ class Prescription {
   void know(const Ref& javaText, const std::string& utf8) { texts_[javaText] = utf8; }
 
   /// The wrapper that the operation is called on, in its state.
-  Wrapper target() const;
+  Wrapper target() const { return wrapperIn(setting_.state, "target"); }
 
   // JNI, a line each.
   Ref findClass(const std::string& name);

@@ -32,6 +32,13 @@ jobject Run::object(const std::string& className, const std::string& name) {
   return made;
 }
 
+jbyteArray Run::bytes(int count, const std::string& name) {
+  const jbyteArray made = ctx.env->NewByteArray(count);
+  locals_.push_back(made);
+  recording_.know(made, name);
+  return made;
+}
+
 jstring Run::text(const std::string& utf8, const std::string& name) {
   const jstring made = ctx.env->NewStringUTF(utf8.c_str());
   locals_.push_back(made);

@@ -34,10 +34,7 @@ class Run {
   /// The wrapper of an object of `className` that the operation is called on, in its state: "target", "target.class".
   template <class W>
   W& target(const std::string& className) {
-    W& made = wrapper<W>(className, "target");
-    if (setting.state == State::dead || setting.state == State::withoutObject) made.object = nullptr;
-    if (setting.state == State::dead || setting.state == State::withoutClass) made.objectClass = nullptr;
-    return made;
+    return wrapper<W>(className, "target", setting.state);
   }
 
   /// As `target`, made by `new`: the operation deletes it.
@@ -53,9 +50,9 @@ class Run {
     return made;
   }
 
-  /// A live wrapper of an object of `className`, `name` and `name`.class; lives as long as this.
+  /// A wrapper of an object of `className`, `name` and `name`.class, in that state; lives as long as this.
   template <class W>
-  W& wrapper(const std::string& className, const std::string& name) {
+  W& wrapper(const std::string& className, const std::string& name, State state = State::live) {
     const jobject local = local_(className);
     std::shared_ptr<W> made;
     if constexpr (std::is_constructible_v<W, ThreadContext&, const char*> &&
@@ -66,6 +63,8 @@ class Run {
     }
     ctx.env->DeleteLocalRef(local);
     keep_(made, *made, name);
+    if (state == State::dead || state == State::withoutObject) made->object = nullptr;
+    if (state == State::dead || state == State::withoutClass) made->objectClass = nullptr;
     return *made;
   }
 
@@ -79,6 +78,8 @@ class Run {
 
   /// A local reference to an object of `className`, named `name`. The operation may delete it.
   jobject object(const std::string& className, const std::string& name);
+  /// So many bytes of Java, the same.
+  jbyteArray bytes(int count, const std::string& name);
   /// A Java string, the same.
   jstring text(const std::string& utf8, const std::string& name);
 

@@ -4,9 +4,7 @@
 #include <mesk/session/MDUser.h>
 #include <mesk/session/MDUtility.h>
 
-#include <algorithm>
 #include <array>
-#include <cctype>
 
 namespace mesk::test::ledger {
 namespace {
@@ -383,32 +381,6 @@ void addLatchRows(Rows& rows) {
                [](Prescription& p) { p.result(says::answer(0)); }});
 }
 
-std::string capitals(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
-  return name;
-}
-
-/// A user or a group by its name.
-Wrapper newPrincipal(Prescription& p, const std::string& className, const char* name) {
-  Wrapper made;
-  const Ref cls = p.findClass(kMetadata + className);
-  if (cls.empty()) return made;
-  made.objectClass = p.newGlobalRef(cls);
-  p.deleteLocalRef(cls);
-  if (made.objectClass.empty() || !p.getMethod(made.objectClass, "<init>", "(Ljava/lang/String;)V")) return made;
-  const std::string given = orEmpty(name);
-  const bool folded = p.workMemory(given.size() + 1, className);
-  const Ref text = p.stringToJava(folded ? capitals(given) : "");
-  if (const Ref object = p.newObject(made.objectClass, text); !object.empty()) {
-    made.object = p.newGlobalRef(object);
-    p.deleteLocalRef(object);
-  }
-  if (!text.empty()) p.deleteLocalRef(text);
-  if (folded) p.freeWorkMemory(className);
-  return made;
-}
-
 int ask(Prescription& p, const Wrapper& user, const std::string& question, const Ref& context, int& rc, int& sqlCode) {
   rc = -300;
   sqlCode = 0;
@@ -433,7 +405,7 @@ void addPrincipal(Rows& rows, const std::string& className) {
                      run.record([&] { made = new P(run.ctx, name); });
                      run.gives(made);
                    },
-                   [className, name](Prescription& p) { p.result(says::gives(newPrincipal(p, className, name))); }});
+                   [className, name](Prescription& p) { p.result(says::gives(principalOf(p, className, name))); }});
   }
 }
 
@@ -491,7 +463,7 @@ void addUserRows(Rows& rows) {
                                int answer = 0;
                                if (!c.context.empty()) {
                                  if (rc == 0) {
-                                   const Wrapper asked = newPrincipal(p, "MDUser", strings[2]);
+                                   const Wrapper asked = principalOf(p, "MDUser", strings[2]);
                                    answer = ask(p, asked, "isAdmin", c.context, rc, sqlCode);
                                    p.destroy(asked);
                                  }

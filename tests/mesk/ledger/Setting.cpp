@@ -13,9 +13,13 @@ Answer Answers::take(const std::string& method) {
   return found->second[now];
 }
 
+const char* nameOfState(State state) {
+  constexpr const char* kStates[] = {"live", "dead", "without object", "without class"};
+  return kStates[static_cast<int>(state)];
+}
+
 void PrintTo(const Setting& setting, std::ostream* out) {
-  constexpr const char* kStates[] = {"a live wrapper", "a dead wrapper", "no object", "no class"};
-  *out << kStates[static_cast<int>(setting.state)] << ", store code " << setting.code << "/" << setting.sqlCode << "/"
+  *out << "target " << nameOfState(setting.state) << ", store code " << setting.code << "/" << setting.sqlCode << "/"
        << setting.sqlState << ", trace " << (setting.traced ? "on" : "off") << ", fault " << setting.fault;
 }
 

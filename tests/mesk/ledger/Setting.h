@@ -42,6 +42,7 @@ class Answers {
 
 /// The wrapper that an operation is called on.
 enum class State { live, dead, withoutObject, withoutClass };
+const char* nameOfState(State state);
 
 struct Setting {
   State state = State::live;
