@@ -1,6 +1,5 @@
 #include <mesk/queue/LatchCount.h>
 #include <mesk/queue/QueueFixture.h>
-#include <mesk/values/SCTimestamp.h>
 
 #include <atomic>
 #include <functional>
@@ -93,77 +92,6 @@ TEST_F(MDTaskExecListLatchTest, WhoCallsWithTheFlagSeesWhatTheHolderDidBeforeItL
   list.LLunlock(1);
   other.join();
   EXPECT_EQ(seen, entry);
-}
-
-TEST_F(MDTaskExecListLatchTest, EightThreadsLoseNoEntryAndNoUpdate) {
-  constexpr int kThreads = 8;
-  constexpr int kRounds = 60;
-  std::atomic<int> failures = 0;
-  const auto work = [&](int thread) {
-    ThreadContext own;
-    for (int round = 0; round < kRounds; ++round) {
-      int rc = 0;
-      int sqlCode = 0;
-      const long long id = thread * 1000 + round;
-      auto* const entry = new MDTaskExec(own, context, rc, sqlCode);
-      {
-        SCTimestamp start(own, at(thread, (round * 7) % 60));
-        entry->setTaskExecID(own, id);
-        entry->setTaskID(own, thread);
-        entry->setNextStartDateTime(own, &start);
-      }
-      list.insert(entry, 1);
-      if (list.search(id, 1) != entry) ++failures;
-      if (list.searchQueued(thread, 0, 1) != entry) ++failures;
-      if (list.existNth(thread, 0, 1, 1) != id) ++failures;
-      // Whole walks belong under one holding of the latch; the order must hold throughout.
-      list.LLlock(1);
-      list.iterateStart(0);
-      int walked = 0;
-      while (list.next(0) != nullptr) ++walked;
-      if (walked != list.size(0)) ++failures;
-      list.LLunlock(1);
-      if (list.deleteIt(id, 1) != entry) ++failures;
-      delete entry;
-    }
-    own.destroy();
-  };
-  std::vector<std::thread> threads;
-  for (int thread = 1; thread <= kThreads; ++thread) threads.emplace_back(work, thread);
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, 0);
-  EXPECT_EQ(list.size(1), 0);
-  EXPECT_TRUE(probe().linksHold());
-}
-
-TEST_F(MDTaskExecListLatchTest, ConcurrentInsertsComeOutInOrder) {
-  constexpr int kThreads = 4;
-  constexpr int kEntries = 12;
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < kThreads; ++thread) {
-    threads.emplace_back([&, thread] {
-      ThreadContext own;
-      for (int i = 0; i < kEntries; ++i) {
-        int rc = 0;
-        int sqlCode = 0;
-        auto* const entry = new MDTaskExec(own, context, rc, sqlCode);
-        SCTimestamp start(own, at((i * 5 + thread) % 24));
-        entry->setNextStartDateTime(own, &start);
-        list.insert(entry, 1);
-      }
-      own.destroy();
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  ASSERT_EQ(list.size(0), kThreads * kEntries);
-  long long last = 0;
-  for (const MDTaskExec* const entry : probe().entries()) {
-    const long long start = takenTime(ctx, entry->getNextStartDateTime(ctx)).value();
-    EXPECT_LE(last, start);
-    last = start;
-  }
-  list.deleteAll(1);
-  jni.forget();  // entries made on other threads were deleted on this one
 }
 
 }  // namespace
