@@ -133,9 +133,9 @@ int callStore(ThreadContext& ctx, const MDObject& target, const char* name, cons
 template <class... Arguments>
 int callStoreWith(ThreadContext& ctx, const MDObject& target, const char* name, const char* signature, int& sqlCode,
                   jobject context, const MDObject& record, Arguments... arguments) {
-  sqlCode = 0;
-  if (!isLive(record)) return kUnreached;
-  return callStore(ctx, target, name, signature, sqlCode, context, record.object, arguments...);
+  StoreCall call(ctx, sqlCode);
+  if (isLive(record)) call.invoke<void>(target, name, signature, context, record.object, arguments...);
+  return call.finish();
 }
 
 }  // namespace mesk

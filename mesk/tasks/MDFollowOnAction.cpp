@@ -77,11 +77,11 @@ int MDFollowOnAction::retrieveTaskList(ThreadContext& ctx, jobject context, MDTa
 }
 
 int MDFollowOnAction::setTaskList(ThreadContext& ctx, jobject context, MDTask* tasks, int n, int& sqlCode) {
-  sqlCode = 0;
-  if (!isLive(*this) || tasks == nullptr) return kUnreached;
+  StoreCall call(ctx, sqlCode);
+  if (!isLive(*this) || !call.ready() || tasks == nullptr) return kUnreached;
   const LocalRef<> list = arrayListOf(ctx, tasks, n);
-  if (!list) return kUnreached;
-  return callStore(ctx, *this, "setTaskList", storeSignature<kArrayListType, "V">, sqlCode, context, list.get());
+  if (list) call.invoke<void>(*this, "setTaskList", storeSignature<kArrayListType, "V">, context, list.get());
+  return call.finish();
 }
 
 }  // namespace mesk
