@@ -4,10 +4,13 @@
 namespace mesk {
 
 int MDTask::getExecutePermission(ThreadContext& ctx, jobject context, const char* userName) {
-  int rc = 0;
-  int sqlCode = 0;
-  MDUser user(ctx, userName);
-  return getExecutePermission(ctx, context, user, rc, sqlCode);
+  int unused = 0;
+  StoreCall call(ctx, unused);
+  const MDUser user(ctx, userName);
+  if (!isLive(user)) return 0;
+  const jboolean answer = call.invoke<jboolean>(*this, "getExecutePermission",
+                                                storeSignature<principalType<MDUser>, "Z">, context, user.object);
+  return call.code() == 0 && answer == JNI_TRUE ? 1 : 0;
 }
 
 int MDTask::getReadPermission(ThreadContext& ctx, jobject context, MDUser& user, int& rc, int& sqlCode) {
