@@ -4,7 +4,7 @@ namespace mesk {
 
 int StoreCall::finish(int emptyCode) {
   if (code_ == emptyCode) return 0;
-  if (reached_ && code_ != 0) sqlCode_ = exception_.getSQLCode(ctx_);
+  if (reached_ && code_ != 0) fetchSqlCode();
   return code_;
 }
 

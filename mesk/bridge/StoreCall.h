@@ -68,6 +68,9 @@ class StoreCall {
   /// when the operation has none. For any other failure of the store the nested SQL code is fetched.
   int finish(int emptyCode = 0);
 
+  /// The nested SQL code, for an operation that tells it beside a success too.
+  void fetchSqlCode() { sqlCode_ = exception_.getSQLCode(ctx_); }
+
   /// The nested SQL state; for the one operation that reports it.
   int sqlState() { return exception_.getSQLState(ctx_); }
 

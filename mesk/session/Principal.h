@@ -51,12 +51,27 @@ int changePermission(ThreadContext& ctx, const MDObject& record, const char* met
                        principal, static_cast<jboolean>(allowed));
 }
 
-/// Who holds the kind of right `permission` on `record`.
+/// Who holds the kind of right `permission` on `record`. Code 30013, nobody, counts as success; when no list came the
+/// SQL code is told whatever the code.
 template <class P>
 int listHolders(ThreadContext& ctx, const MDObject& record, const char* method, jobject context, int permission,
                 P**& holders, int& count, int& sqlCode) {
-  return retrieveWrappers(ctx, record, method, storeSignature<"I", kArrayListType>, ListForm::toArray, kNothingInHome,
-                          holders, count, sqlCode, context, static_cast<jint>(permission));
+  holders = nullptr;
+  count = 0;
+  StoreCall call(ctx, sqlCode);
+  {
+    const auto list = call.invoke<LocalRef<>>(record, method, storeSignature<"I", kArrayListType>, context,
+                                              static_cast<jint>(permission));
+    if (call.code() == 0 || call.code() == kNothingInHome) {
+      if (list) {
+        readArray(ctx, list, holders, count,
+                  [&](const LocalRef<>& element) { return newWrapper<P>(ctx, element.get()); });
+      } else {
+        call.fetchSqlCode();
+      }
+    }
+  }
+  return call.finish(kNothingInHome);
 }
 
 }  // namespace mesk

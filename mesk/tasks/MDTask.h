@@ -233,7 +233,8 @@ class MESK_API MDTask : public MDObject {
   int setExecutePermission(ThreadContext& ctx, jobject context, MDUser& user, int allowed, int& sqlCode);
   int setExecutePermission(ThreadContext& ctx, jobject context, MDGroup& group, int allowed, int& sqlCode);
 
-  /// Who holds a kind of right, a code of the store. Its code 30013 is an empty list; 30014 is not.
+  /// Who holds a kind of right, a code of the store. Its code 30013 is an empty list; 30014 is not. When the store gave
+  /// no list, `sqlCode` is the nested SQL code even beside 0.
   int getUsersWithPermission(ThreadContext& ctx, jobject context, int permission, MDUser**& users, int& count,
                              int& sqlCode);
   int getGroupsWithPermission(ThreadContext& ctx, jobject context, int permission, MDGroup**& groups, int& count,

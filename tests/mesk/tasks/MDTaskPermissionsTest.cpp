@@ -22,8 +22,10 @@ class MDTaskPermissionsTest : public GuardedTest<MDTask> {
     const ListOperation<MDTask, P> op{method, 30013, ListForm::toArray,
                                       [&](MDTask& task, P**& items, int& count, int& sqlCode) {
                                         return std::invoke(list, task, ctx, context, 2, items, count, sqlCode);
-                                      }};
+                                      },
+                                      true};
     const std::string recorded = std::string(method) + "(context, 2, exception)";
+    script.on((name + "." + method).c_str()).returnsList({});
     checkOperation({method, storeMethod("I", "Ljava/util/ArrayList;"), recorded.c_str(), asOperation(op)});
     checkList(op, first.object, second.object);
   }
@@ -74,9 +76,18 @@ TEST_F(MDTaskPermissionsTest, ByNameAFailureIsNoPermission) {
   EXPECT_EQ(script.count("MDTask.getExecutePermission(context, MDUser:JOE, exception)"), 0);
 }
 
-TEST_F(MDTaskPermissionsTest, HoldersAreListedAnd30013IsAnEmptyListBut30014IsNot) {
+TEST_F(MDTaskPermissionsTest, HoldersAreListedAnd30013IsAnEmptyListWithItsSqlCodeBut30014IsNot) {
   checkHolders<MDUser>("getUsersWithPermission", &MDTask::getUsersWithPermission);
   checkHolders<MDGroup>("getGroupsWithPermission", &MDTask::getGroupsWithPermission);
+}
+
+TEST_F(MDTaskPermissionsTest, AListThatDidNotComeTellsItsSqlCodeBesideSuccess) {
+  script.on("MDTask.getUsersWithPermission").code(0, 100);
+  MDUser** users = nullptr;
+  int count = 77, sqlCode = 78;
+  EXPECT_EQ(live.getUsersWithPermission(ctx, context, 1, users, count, sqlCode), 0);
+  EXPECT_EQ(sqlCode, 100);
+  EXPECT_EQ(count, 0);
 }
 
 TEST_F(MDTaskPermissionsTest, TheKindOfRightGoesToTheStoreUnchanged) {
