@@ -76,6 +76,34 @@ class EventTable {
   std::size_t used_ = 0;
 };
 
+/// `MDTask::retrieveAllScheduleEventList`, within its trace.
+int allEvents(const Traced& trace, ThreadContext& ctx, MDTask& task, jobject context, MDScheduleEvent**& events,
+              long long*& scheduleIDs, int& count, int& sqlCode) {
+  OwnedList<MDScheduleEvent> own;
+  OwnedList<MDSharedNamedSchedule> shared;
+  int rc = task.retrieveScheduleEventList(ctx, context, own.items, own.count, sqlCode);
+  if (rc == 0) rc = task.retrieveSharedNamedScheduleList(ctx, context, shared.items, shared.count, sqlCode);
+  if (rc != 0) return rc;
+
+  int total = own.count;
+  for (MDSharedNamedSchedule* const schedule : shared) {
+    if (schedule != nullptr) total += schedule->getNumScheduleEvent(ctx, context);
+  }
+  trace.variable(10, total);
+  EventTable table(total);
+  table.append(own, EventTable::kOwnRule);
+  for (MDSharedNamedSchedule* const schedule : shared) {
+    if (schedule == nullptr) continue;
+    OwnedList<MDScheduleEvent> rules;
+    rc = schedule->retrieveScheduleEventList(ctx, context, rules.items, rules.count, sqlCode);
+    if (rc == kNothingRelated) rc = sqlCode = 0;
+    if (rc != 0) return rc;
+    table.append(rules, schedule->getScheduleID(ctx));
+  }
+  table.release(events, scheduleIDs, count);
+  return 0;
+}
+
 /// Whether `table` has that very pair.
 bool contains(const GrowingTable<tSuccessRelation>& table, const tSuccessRelation& pair) {
   return std::any_of(table.begin(), table.end(), [&](const tSuccessRelation& other) {
@@ -164,29 +192,7 @@ int MDTask::retrieveAllScheduleEventList(ThreadContext& ctx, jobject context, MD
   events = nullptr;
   scheduleIDs = nullptr;
   count = 0;
-  OwnedList<MDScheduleEvent> own;
-  OwnedList<MDSharedNamedSchedule> shared;
-  int rc = retrieveScheduleEventList(ctx, context, own.items, own.count, sqlCode);
-  if (rc == 0) rc = retrieveSharedNamedScheduleList(ctx, context, shared.items, shared.count, sqlCode);
-  if (rc != 0) return trace.exit(rc);
-
-  int total = own.count;
-  for (MDSharedNamedSchedule* const schedule : shared) {
-    if (schedule != nullptr) total += schedule->getNumScheduleEvent(ctx, context);
-  }
-  trace.variable(10, total);
-  EventTable table(total);
-  table.append(own, EventTable::kOwnRule);
-  for (MDSharedNamedSchedule* const schedule : shared) {
-    if (schedule == nullptr) continue;
-    OwnedList<MDScheduleEvent> rules;
-    rc = schedule->retrieveScheduleEventList(ctx, context, rules.items, rules.count, sqlCode);
-    if (rc == kNothingRelated) rc = sqlCode = 0;
-    if (rc != 0) return trace.exit(rc);
-    table.append(rules, schedule->getScheduleID(ctx));
-  }
-  table.release(events, scheduleIDs, count);
-  return trace.exit(0);
+  return trace.exit(allEvents(trace, ctx, *this, context, events, scheduleIDs, count, sqlCode));
 }
 
 int MDTask::retrieveAllCodeCondition(ThreadContext& ctx, jobject context, tSuccessRelation*& relations, int& count,
