@@ -27,6 +27,7 @@ const Rows& allRows() {
     addValueRows(all);
     addSessionRows(all);
     addTaskRows(all);
+    addTaskRelationRows(all);
     addActionRows(all);
     addScheduleRows(all);
     addQueueRows(all);

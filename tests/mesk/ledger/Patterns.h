@@ -393,7 +393,8 @@ class ClassRows {
     const std::string element = kMetadata + elementClass;
     const Answer some = texts ? Answer(Text{"Gr\xC3\xBCn"}) : Answer(Object{element});
     const Answer empty = texts ? Answer(Text{""}) : Answer(Object{element});
-    for (const char* const variant : {"some", "none", "fewer", "null"}) {
+    for (const std::string variant : {"some", "none", "no array", "null"}) {
+      if (variant == "no array" && elements != arrayElements) continue;
       Row& row = add({symbolOf(name, operation), variant,
                       [this_ = *this, operation, keys...](Run& run) {
                         W& target = run.template target<W>(this_.className_);
@@ -416,18 +417,14 @@ class ClassRows {
                         p.result(says::codes(list.rc, list.sqlCode));
                         p.result(list.gives);
                       }});
-      if (*variant != 'n' || variant[1] != 'u') row.answers.add(name, Object{"java/util/ArrayList"});
-      const std::vector<Answer> given = {some, Nothing{}, empty, some};
-      if (*variant == 's') {
-        row.answers.add("size", 4LL);
-        for (const Answer& answer : given) row.answers.add("get", answer);
-        row.answers.add("toArray", Array{{element, "", element}});
-      } else {
-        row.answers.add("size", *variant == 'f' ? -1LL : 0LL);
-        row.answers.add("toArray", *variant == 'f' ? Answer(Nothing{}) : Answer(Array{}));
-      }
+      if (variant != "null") row.answers.add(name, Object{"java/util/ArrayList"});
+      row.answers.add("size", variant == "some" ? 4LL : 0LL);
+      for (const Answer& answer : {some, Answer(Nothing{}), empty, some}) row.answers.add("get", answer);
+      row.answers.add("toArray", variant == "some"   ? Answer(Array{{element, "", element}})
+                                 : variant == "none" ? Answer(Array{})
+                                                     : Answer(Nothing{}));
       row.reports = true;
-      if (*variant == 's') row.states = kEveryState;
+      if (variant == "some") row.states = kEveryState;
     }
   }
 

@@ -109,6 +109,9 @@ class Run {
 
   const std::vector<std::string>& said() const { return said_; }
 
+  /// `work` deletes something else that the operation gave.
+  void atEnd(std::function<void()> work) { atEnd_.push_back(std::move(work)); }
+
   /// Deletes what the operation gave.
   void deleteGiven();
 
@@ -181,6 +184,7 @@ void addBridgeRows(Rows& rows);
 void addValueRows(Rows& rows);
 void addSessionRows(Rows& rows);
 void addTaskRows(Rows& rows);
+void addTaskRelationRows(Rows& rows);
 void addActionRows(Rows& rows);
 void addScheduleRows(Rows& rows);
 void addQueueRows(Rows& rows);
