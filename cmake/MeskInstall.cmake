@@ -28,6 +28,7 @@ install(DIRECTORY mesk platform DESTINATION "${MESK_INCLUDE_DIRECTORY}" FILES_MA
   PATTERN "bridge/Latch.h" EXCLUDE
   PATTERN "bridge/Trace.h" EXCLUDE
   PATTERN "Principal.h" EXCLUDE
+  PATTERN "LocalZone.h" EXCLUDE
   PATTERN "MDSuccessCodeSet.h" EXCLUDE
   PATTERN "ScheduleCalculator.h" EXCLUDE
   PATTERN "tools" EXCLUDE)
