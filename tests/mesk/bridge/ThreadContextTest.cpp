@@ -4,7 +4,6 @@
 #include <platform/MeskJVM.h>
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace {
@@ -83,15 +82,6 @@ class ThreadContextTest : public ::testing::Test {
   JNINativeInterface_ natives_{};
   JNIEnv env_{};
 };
-
-TEST_F(ThreadContextTest, IsAPlainValueOfThreeFields) {
-  EXPECT_TRUE(std::is_standard_layout_v<ThreadContext>);
-  EXPECT_TRUE(std::is_trivially_destructible_v<ThreadContext>);
-  EXPECT_EQ(offsetof(ThreadContext, env), sizeof(JavaVM*));
-  EXPECT_EQ(offsetof(ThreadContext, attached), 2 * sizeof(void*));
-  EXPECT_EQ(sizeof(ThreadContext::attached), 4u);
-  EXPECT_EQ(written(), "");
-}
 
 TEST_F(ThreadContextTest, DefaultAttachesToTheJvmThatThereIs) {
   existingJvm = &vm_;

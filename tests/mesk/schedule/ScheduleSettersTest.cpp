@@ -4,28 +4,11 @@
 #include <cstddef>
 #include <cstring>
 #include <optional>
-#include <type_traits>
 
 #include <mesk/schedule/ScheduleCalculator.h>
 
 namespace mesk {
 namespace {
-
-static_assert(sizeof(ScheduleCalculator) == 52);
-static_assert(std::is_standard_layout_v<ScheduleCalculator>);
-static_assert(offsetof(ScheduleCalculator, startYear) == 0);
-static_assert(offsetof(ScheduleCalculator, startMonth) == 4);
-static_assert(offsetof(ScheduleCalculator, startDay) == 8);
-static_assert(offsetof(ScheduleCalculator, startHour) == 12);
-static_assert(offsetof(ScheduleCalculator, startMinute) == 16);
-static_assert(offsetof(ScheduleCalculator, startSecond) == 20);
-static_assert(offsetof(ScheduleCalculator, endYear) == 24);
-static_assert(offsetof(ScheduleCalculator, endMonth) == 28);
-static_assert(offsetof(ScheduleCalculator, endDay) == 32);
-static_assert(offsetof(ScheduleCalculator, detail) == 36);
-static_assert(offsetof(ScheduleCalculator, intervalUnit) == 40);
-static_assert(offsetof(ScheduleCalculator, intervalType) == 44);
-static_assert(offsetof(ScheduleCalculator, recurring) == 48);
 
 TEST(ScheduleCalculatorRecordTest, StartsAsTheFirstOfJanuaryWithoutAnEnd) {
   const ScheduleCalculator rule;

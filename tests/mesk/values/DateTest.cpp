@@ -61,13 +61,6 @@ TEST_F(DateTest, EachKindMakesOneJavaObject) {
   }
 }
 
-TEST_F(DateTest, AddsNoFieldsToTheTwoReferences) {
-  EXPECT_EQ(sizeof(Date), sizeof(MDObject));
-  EXPECT_EQ(sizeof(SCTimestamp), sizeof(MDObject));
-  EXPECT_EQ(sizeof(SQLDate), sizeof(MDObject));
-  EXPECT_EQ(sizeof(SQLTime), sizeof(MDObject));
-}
-
 TEST_F(DateTest, ADateOfNothingIsNow) {
   const long long before = clockMillis();
   const Date now(ctx);
