@@ -74,14 +74,20 @@ Ref Prescription::findClass(const std::string& name) { return answered("FindClas
 Ref Prescription::getObjectClass(const Ref& object) { return answered("GetObjectClass " + show(object), !refuses()); }
 
 bool Prescription::getMethod(const Ref& cls, const std::string& name, const std::string& signature) {
-  return lookedUp("GetMethodID " + show(cls) + " " + name + " " + signature);
+  const std::string call = "GetMethodID " + show(cls) + " " + name + " " + signature;
+  if (!cls.empty()) return lookedUp(call);
+  line(call + " -> null");
+  return false;
 }
 
 bool Prescription::getStaticMethod(const Ref& cls, const std::string& name, const std::string& signature) {
   return lookedUp("GetStaticMethodID " + show(cls) + " " + name + " " + signature);
 }
 
-Ref Prescription::newGlobalRef(const Ref& reference) { return answered("NewGlobalRef " + show(reference), !refuses()); }
+Ref Prescription::newGlobalRef(const Ref& reference) {
+  const bool refused = refuses();
+  return answered("NewGlobalRef " + show(reference), !refused && !reference.empty());
+}
 
 void Prescription::deleteGlobalRef(const Ref& reference) { line("DeleteGlobalRef " + show(reference)); }
 
@@ -131,6 +137,12 @@ Ref Prescription::object(const Answer& answer) {
   if (const auto* const given = std::get_if<Bytes>(&answer)) byteArrays_[made] = given->count;
   if (const auto* const given = std::get_if<Array>(&answer)) arrays_[made] = given->classNames;
   return made;
+}
+
+Answer Prescription::contacts(const std::string& group, int count, bool names) {
+  line("getAllContactNamesInGroup " + quoted(group) + " " + show(count) + (names ? " names" : " null"));
+  if (refuses()) return -1LL;
+  return answers_.take((names ? "names of " : "count of ") + group);
 }
 
 bool Prescription::allocate(std::size_t bytes) { return lookedUp("allocate " + sized(bytes)); }

@@ -108,6 +108,8 @@ class Prescription {
   }
 
   // The platform.
+  /// What the contact service answers; an SQL code when the service fails.
+  Answer contacts(const std::string& group, int count, bool names);
   bool allocate(std::size_t bytes);
   bool workMemory(std::size_t bytes, const std::string& source);
   void freeWorkMemory(const std::string& source) { line("_ossMemFree " + source); }

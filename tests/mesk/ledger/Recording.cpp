@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <platform/CodePage.h>
+#include <platform/Contacts.h>
 #include <platform/Latch.h>
 #include <platform/Log.h>
 #include <platform/Memory.h>
@@ -19,6 +20,8 @@ namespace mesk::test::ledger {
 namespace {
 
 thread_local Recording* recording = nullptr;
+
+constexpr std::size_t kContactNameBytes = 128;
 
 std::string hex(std::uint32_t number) {
   char text[16];
@@ -157,7 +160,8 @@ struct Recording::Functions {
   template <bool Static>
   static jmethodID getMethod(JNIEnv* /*env*/, jclass cls, const char* name, const char* signature) {
     jmethodID method = nullptr;
-    if (!recording->refuses()) {
+    // Some of the library makes no checks; what would then end the JVM is written down and not done.
+    if (cls != nullptr && !recording->refuses()) {
       const Real env;
       method = Static ? env->GetStaticMethodID(cls, name, signature) : env->GetMethodID(cls, name, signature);
       if (method == nullptr) env->ExceptionDescribe();
@@ -196,10 +200,10 @@ struct Recording::Functions {
   }
 
   static jobject newObject(JNIEnv* /*env*/, jclass cls, jmethodID constructor, va_list given) {
-    const auto arguments = argumentsOf(recording->methods_[constructor].signature, given);
+    const auto arguments = recording->arguments(constructor, given);
     const std::string line = recording->called("NewObject", recording->nameOf(cls), constructor, arguments.data());
     jobject object = nullptr;
-    if (!recording->refuses()) {
+    if (cls != nullptr && constructor != nullptr && !recording->refuses()) {
       const Real env;
       object = env->NewObjectA(cls, constructor, arguments.data());
       // A constructor that throws, for what it is given means nothing: whether there is an object is the setting's.
@@ -217,8 +221,9 @@ struct Recording::Functions {
   template <class Call>
   static Answer callJava(const char* function, const void* target, jmethodID method, va_list given, Call call) {
     Recording& self = *recording;
-    const auto arguments = argumentsOf(self.methods_[method].signature, given);
+    const auto arguments = self.arguments(method, given);
     self.addLine(self.called(function, self.nameOf(target), method, arguments.data()));
+    if (target == nullptr || method == nullptr) return Nothing{};
     {
       const Real env;
       env->PushLocalFrame(16);
@@ -475,8 +480,13 @@ jobject Recording::answered(jobject reference) {
 
 std::string Recording::suffix(jobject reference) const { return " -> " + show(nameOf(reference)); }
 
+std::vector<jvalue> Recording::arguments(jmethodID method, va_list given) const {
+  return method == nullptr ? std::vector<jvalue>() : argumentsOf(methods_.at(method).signature, given);
+}
+
 std::string Recording::called(const char* function, const std::string& target, jmethodID method,
                               const jvalue* arguments) const {
+  if (method == nullptr) return std::string(function) + " " + show(target) + " null()";
   const Method& m = methods_.at(method);
   std::string line = std::string(function) + " " + show(target) + " " + m.name + "(";
   const std::string types = argumentTypes(m.signature);
@@ -497,6 +507,25 @@ std::string Recording::called(const char* function, const std::string& target, j
     }
   }
   return line + ")";
+}
+
+void Recording::answerContacts(ContactGroupRequest& request, ContactSqlca& sqlca) {
+  const std::string group = request.groupName;
+  const bool named = request.names != nullptr;
+  addLine("getAllContactNamesInGroup " + quoted(group) + " " + show(request.count) + (named ? " names" : " null"));
+  sqlca.sqlCode = -1;
+  if (refuses()) return;
+  const Answer answer = answers_.take((named ? "names of " : "count of ") + group);
+  if (const auto* const number = std::get_if<long long>(&answer)) {
+    sqlca.sqlCode = *number < 0 ? static_cast<std::int32_t>(*number) : 0;
+    request.count = *number < 0 ? 3 : static_cast<std::uint32_t>(*number);
+  } else if (const auto* const names = std::get_if<Names>(&answer)) {
+    for (std::uint32_t i = 0; i < request.count && i < names->size(); ++i) {
+      std::strncpy(request.names[i], (*names)[i].c_str(), kContactNameBytes);
+    }
+    request.count = static_cast<std::uint32_t>(names->size());
+    sqlca.sqlCode = 0;
+  }
 }
 
 jobject Recording::makeObject(const std::string& className) {
@@ -627,6 +656,15 @@ std::uint32_t sqlocpcv(CodePageConversion* conversion) {
     if ((conversion->flags & mesk::kTargetIsJava) != 0 && current->refuses()) return mesk::kCodePageUnusable;
   }
   return real<decltype(sqlocpcv)>("sqlocpcv")(conversion);
+}
+
+int getAllContactNamesInGroup(std::uint32_t version, ContactGroupRequest* request, ContactSqlca* sqlca) {
+  Recording* const current = writer();
+  if (current == nullptr || version != 81) {
+    return real<decltype(getAllContactNamesInGroup)>("getAllContactNamesInGroup")(version, request, sqlca);
+  }
+  current->answerContacts(*request, *sqlca);
+  return 0;
 }
 
 int ossWin32Lock8ExchangeInternal(OSSLatch* latch) {

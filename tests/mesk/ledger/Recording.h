@@ -4,12 +4,16 @@
 #include <jni.h>
 #include <mesk/ledger/Setting.h>
 
+#include <cstdarg>
 #include <cstddef>
 #include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
+
+struct ContactGroupRequest;
+struct ContactSqlca;
 
 namespace mesk::test::ledger {
 
@@ -53,6 +57,7 @@ class Recording {
   bool refuses();
   void allocated(void* block, std::size_t bytes);
   void deleted(void* block);
+  void answerContacts(ContactGroupRequest& request, ContactSqlca& sqlca);
   bool writing() const { return writing_; }
 
  private:
@@ -65,6 +70,7 @@ class Recording {
   void lay(bool on);
   jobject answered(jobject reference);  ///< gives a new reference its name
   std::string suffix(jobject reference) const;
+  std::vector<jvalue> arguments(jmethodID method, va_list given) const;
   std::string called(const char* function, const std::string& target, jmethodID method, const jvalue* arguments) const;
   jobject make(const Answer& answer);
   jobject makeObject(const std::string& className);

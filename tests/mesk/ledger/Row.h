@@ -58,6 +58,9 @@ class Run {
     if constexpr (std::is_constructible_v<W, ThreadContext&, const char*> &&
                   !std::is_constructible_v<W, ThreadContext&, jobject>) {
       made = std::make_shared<W>(ctx, "yyyy");  // a format is made from its pattern only
+    } else if constexpr (std::is_constructible_v<W, ThreadContext&> &&
+                         !std::is_constructible_v<W, ThreadContext&, jobject>) {
+      made = std::make_shared<W>(ctx);  // a message is made of nothing
     } else {
       made = std::shared_ptr<W>(newWrapper<W>(ctx, local));
     }
@@ -83,8 +86,11 @@ class Run {
   /// A Java string, the same.
   jstring text(const std::string& utf8, const std::string& name);
 
+  /// A reference that the operation is given, made elsewhere.
+  void know(const void* reference, const std::string& name) { recording_.know(reference, name); }
+
   /// A latch that the operation takes or frees: "latch".
-  void knowLatch(const void* latch) { recording_.know(latch, "latch"); }
+  void knowLatch(const void* latch) { know(latch, "latch"); }
 
   void record(const std::function<void()>& operation) { recording_.record(operation); }
 

@@ -25,7 +25,9 @@ struct Bytes {
 struct Array {
   std::vector<std::string> classNames;
 };
-using Answer = std::variant<Nothing, long long, Text, Object, Bytes, Array>;
+/// What the contact service answers for "count of GROUP", a number, and "names of GROUP"; below 0 it is an SQL code.
+using Names = std::vector<std::string>;
+using Answer = std::variant<Nothing, long long, Text, Object, Bytes, Array, Names>;
 
 /// By the name of a Java method, what its calls answer in turn; the last one stays. A method that is not named answers
 /// nothing.

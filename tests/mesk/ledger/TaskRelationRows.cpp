@@ -228,7 +228,10 @@ void addAllEvents(ClassRows<MDTask>& task) {
     row.answers.add("getScheduleID", 0x123456789ALL);
     row.answers.add("getScheduleID", 22LL);
     for (int i = 0; i < goodCodes; ++i) row.answers.add("getRC", 0LL);
-    if (goodCodes >= 0) row.answers.add("getRC", thenCode);
+    if (goodCodes >= 0) {
+      row.answers.add("getRC", thenCode);
+      row.answers.add("getNestedSQLCode", -803LL);
+    }
     if (goodCodes < 0) {
       row.reports = true;
       row.states = kEveryState;
@@ -320,8 +323,12 @@ void addAllConditions(ClassRows<MDTask>& task) {
     for (const long long code : {0, 2, 4, 0, 8, 4, 4}) row.answers.add("getCode", code);
     for (const char* const text : {"=", "", "<=", "==", ">", "<", "!"}) row.answers.add("getCondition", Text{text});
     for (const long long code : codes) row.answers.add("getRC", code);
-    row.reports = codes.empty();
-    if (codes.empty()) row.states = kEveryState;
+    if (codes.empty()) {
+      row.reports = true;
+      row.states = kEveryState;
+    } else {
+      row.answers.add("getNestedSQLCode", -803LL);
+    }
   };
   add("", {});
   add("the first set cannot be read", {0, 4711, 0});
