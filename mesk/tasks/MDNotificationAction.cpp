@@ -31,14 +31,13 @@ Text copyOf(const char* text) {
 /// Names that differ, in the order in which they came.
 class DistinctNames {
  public:
+  /// Without memory the name is left out.
   void add(const char* name) {
-    // With their terminating zeros: a name is not the same as one that merely begins with it.
-    const std::size_t length = std::strlen(name) + 1;
-    const DBuffer added = DBuffer::fromContents(name, length);
-    const bool known = std::any_of(table_.begin(), table_.end(), [&](const Text& other) {
-      return DBuffer::fromContents(other.get(), std::strlen(other.get()) + 1).compare(added, length) == 0;
-    });
-    if (known) return;
+    try {
+      if (knows(name)) return;
+    } catch (const std::bad_alloc&) {
+      return;  // the buffers of a platform throw, and nothing is thrown to callers of the library
+    }
     if (Text copy = copyOf(name); copy != nullptr) table_.append(std::move(copy));
   }
 
@@ -50,6 +49,15 @@ class DistinctNames {
   }
 
  private:
+  bool knows(const char* name) const {
+    // With their terminating zeros: a name is not the same as one that merely begins with it.
+    const std::size_t length = std::strlen(name) + 1;
+    const DBuffer asked = DBuffer::fromContents(name, length);
+    return std::any_of(table_.begin(), table_.end(), [&](const Text& other) {
+      return DBuffer::fromContents(other.get(), std::strlen(other.get()) + 1).compare(asked, length) == 0;
+    });
+  }
+
   GrowingTable<Text> table_;
 };
 

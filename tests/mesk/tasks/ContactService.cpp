@@ -2,9 +2,11 @@
 
 #include <dlfcn.h>
 #include <platform/Contacts.h>
+#include <platform/DString.h>
 #include <platform/Memory.h>
 
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -54,6 +56,15 @@ extern "C" int getAllContactNamesInGroup(std::uint32_t version, ContactGroupRequ
   const auto group = serving->groups.find(request->groupName);
   sqlca->sqlCode = group == serving->groups.end() ? -1 : fill(group->second, *request);
   return 0;
+}
+
+mesk::DBuffer mesk::DBuffer::fromContents(const void* contents, std::size_t length) {
+  if (serving != nullptr && serving->buffersUntilNoMemory != 0 && --serving->buffersUntilNoMemory == 0) {
+    throw std::bad_alloc();
+  }
+  static const auto original =
+      reinterpret_cast<decltype(&DBuffer::fromContents)>(dlsym(RTLD_NEXT, "_ZN4mesk7DBuffer12fromContentsEPKvm"));
+  return original(contents, length);
 }
 
 namespace mesk::test {

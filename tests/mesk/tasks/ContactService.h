@@ -32,6 +32,9 @@ class ContactService {
   /// The sizes of all buffers that came, as far as the platform's memory knows them: a build without assertions does
   /// not.
   std::vector<std::size_t> bufferBytes;
+
+  /// The platform has no memory for the so many-th of its byte buffers from now on; 0 has it for all.
+  unsigned buffersUntilNoMemory = 0;
 };
 
 }  // namespace mesk::test

@@ -355,6 +355,16 @@ TEST_F(MDNotificationActionTest, WithoutMemoryNamesAreLeftOutOrNull) {
   }
 }
 
+TEST_F(MDNotificationActionTest, ANameThatThereIsNoMemoryToCompareIsLeftOut) {
+  contactsAre({"ann", "bob", "cy"});
+  for (const auto& [buffer, left] : std::vector<std::pair<unsigned, Strings>>{
+           {1, {"bob", "cy"}}, {2, {"ann", "cy"}}, {3, {"ann", "cy"}}, {4, {"ann", "bob"}}, {6, {"ann", "bob"}}}) {
+    service.buffersUntilNoMemory = buffer;
+    EXPECT_EQ(everybody(), (Names{{0, 0}, true, left})) << "buffer " << buffer;
+    EXPECT_EQ(service.buffersUntilNoMemory, 0u);
+  }
+}
+
 TEST_F(MDNotificationActionTest, AGroupWithoutWorkMemoryIsLeftOut) {
   contactsAre({"ann"});
   groupsAre({"ops"});
