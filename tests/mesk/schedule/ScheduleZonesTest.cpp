@@ -494,4 +494,5 @@ void* operator new(std::size_t bytes) {
   return block;
 }
 void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+// Visible to the C++ library also where the compiler takes it for a function of the program's own.
+__attribute__((visibility("default"))) void operator delete(void* block, std::size_t) noexcept { std::free(block); }
