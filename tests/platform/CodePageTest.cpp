@@ -162,7 +162,7 @@ TEST(CodePageTest, EmptySourceIsAnEmptyText) {
 
 struct NamedPage {
   std::uint32_t number;
-  std::size_t atLeast;  ///< characters it has
+  std::uint32_t atLeast;  ///< characters it has
 };
 
 class CodePagesTest : public testing::TestWithParam<NamedPage> {};
