@@ -24,7 +24,7 @@ struct Value {
 };
 
 struct Object : _jobject {
-  explicit Object(const Object* itsClass) : cls(itsClass) {}
+  explicit Object(const Object* itsClass, const char* itsText = "") : cls(itsClass), text(itsText) {}
 
   const Object* cls;
   std::atomic<int> references = 1;
@@ -48,23 +48,26 @@ void drop(Object* object) {
 
 /// Classes are never freed: each begins with a reference that nobody drops.
 Object* classNamed(const char* name) {
-  static Object* const classes = [] {
-    static Object all[] = {Object(nullptr), Object(nullptr), Object(nullptr), Object(nullptr), Object(nullptr)};
-    const char* const names[] = {
-        "com/orvik/kelvo/mesk/metadata/MDTaskExec", "com/orvik/kelvo/common/parl/api/PARLException",
-        "com/orvik/kelvo/mesk/metadata/MDUtility", "java/sql/Timestamp", "java/text/SimpleDateFormat"};
-    for (std::size_t i = 0; i < std::size(all); ++i) all[i].text = names[i];
+  static Object* const* const classes = [] {
+    static Object* all[] = {
+        new Object(nullptr, "com/orvik/kelvo/mesk/metadata/MDTaskExec"),
+        new Object(nullptr, "com/orvik/kelvo/mesk/metadata/MDTask"),
+        new Object(nullptr, "com/orvik/kelvo/common/parl/api/PARLException"),
+        new Object(nullptr, "com/orvik/kelvo/mesk/metadata/MDUtility"),
+        new Object(nullptr, "java/sql/Timestamp"),
+        new Object(nullptr, "java/text/SimpleDateFormat"),
+        nullptr,
+    };
     return all;
   }();
-  for (Object* cls = classes; cls != classes + 5; ++cls) {
-    if (cls->text == name) return cls;
-  }
-  return nullptr;
+  Object* const* found = classes;
+  while (*found != nullptr && (*found)->text != name) ++found;
+  return *found;
 }
 
-Object* made(const Object* cls) {
+Object* made(const Object* cls, const char* text = "") {
   alive.fetch_add(1, std::memory_order_relaxed);
-  return new Object(cls);
+  return new Object(cls, text);
 }
 
 Object* of(jobject reference) { return static_cast<Object*>(reference); }
@@ -118,9 +121,7 @@ Value format(Object*, const Method&, const Value* arguments) {
   std::tm utc{};
   char text[16];
   std::strftime(text, sizeof text, "%Y%m%d%H%M%S", gmtime_r(&seconds, &utc));
-  Object* const result = made(nullptr);
-  result->text = text;
-  return {0, result};
+  return {0, made(nullptr, text)};
 }
 
 Value insert(Object*, const Method&, const Value* arguments) {
@@ -231,11 +232,7 @@ jclass classOf(JNIEnv* env, jobject object) {
 
 jclass findClass(JNIEnv* env, const char* name) { return reinterpret_cast<jclass>(oneMore(env, classNamed(name))); }
 
-jstring newString(JNIEnv*, const char* text) {
-  Object* const string = made(nullptr);
-  string->text = text;
-  return reinterpret_cast<jstring>(string);
-}
+jstring newString(JNIEnv*, const char* text) { return reinterpret_cast<jstring>(made(nullptr, text)); }
 
 const char* textOf(JNIEnv*, jstring string, jboolean*) { return of(string)->text.c_str(); }
 

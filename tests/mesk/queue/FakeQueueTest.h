@@ -7,6 +7,7 @@
 #include <mesk/values/SCTimestamp.h>
 
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -32,6 +33,11 @@ inline void setStart(ThreadContext& ctx, MDTaskExec& entry, std::optional<long l
   if (!millis) return entry.setNextStartDateTime(ctx, nullptr);
   SCTimestamp time(ctx, *millis);
   entry.setNextStartDateTime(ctx, &time);
+}
+
+inline std::optional<long long> taken(ThreadContext& ctx, SCTimestamp* time) {
+  const std::unique_ptr<SCTimestamp> owned(time);
+  return owned ? std::optional(owned->getTime(ctx)) : std::nullopt;
 }
 
 inline MDTaskExec* newEntry(ThreadContext& ctx, const Record& record) {

@@ -33,6 +33,7 @@ enum class Flaw {
   kKeyOfZeroIsAKey,
   kFollowerKeepsTheStatus,
   kPrintCutsTheMaximum,
+  kOneExecutionIsNone,
   kEnd
 };
 

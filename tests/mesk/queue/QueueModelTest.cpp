@@ -3,6 +3,7 @@
 // MESK_SEED chooses the operations, MESK_OPERATIONS their number.
 #include <mesk/queue/QueueModel.h>
 #include <mesk/support/Captures.h>
+#include <mesk/tasks/MDTask.h>
 
 #include <functional>
 #include <map>
@@ -31,6 +32,7 @@ class QueueModelTest : public FakeQueueTest {
     const char* name;
     unsigned weight;
     void (QueueModelTest::*body)();
+    bool takesTheLatch = false;  ///< of its own accord
   };
   static const std::vector<Operation> kOperations;
 
@@ -221,6 +223,8 @@ class QueueModelTest : public FakeQueueTest {
   }
   bool isKey(long long key) const { return key > (model_.has(Flaw::kKeyOfZeroIsAKey) ? -1 : 0); }
 
+  void updateTaskNextStart();
+
   void print();
 
   /// The scheduler changes records while they are linked.
@@ -266,10 +270,35 @@ void QueueModelTest::insertNextExec() {
   found.sharedScheduleID = next->getSharedNamedScheduleID(ctx);
   found.ruleID = next->getScheduleEventID(ctx);
   found.status = next->getStatus(ctx);
-  if (const std::unique_ptr<SCTimestamp> its(next->getNextStartDateTime(ctx)); its) found.start = its->getTime(ctx);
+  found.start = taken(ctx, next->getNextStartDateTime(ctx));
   if (const std::unique_ptr<char> job(next->getRookJobID(ctx)); job) found.job = job.get();
   same("what insertNextExec made", true, expected == static_cast<const Record&>(found));
   setFree(keep(std::move(found)));
+}
+
+void QueueModelTest::updateTaskNextStart() {
+  const jobject object = FakeJava::newObject("com/orvik/kelvo/mesk/metadata/MDTask");
+  MDTask task(ctx, nullptr, object);
+  FakeJava::deleteLocal(object);
+  const long long taskID = anyTask();
+  const int suffix = anySuffix();
+  const int state = static_cast<int>(upTo(2));
+  const int executions = static_cast<int>(upTo(2));
+  SCTimestamp begun(ctx, 1);
+  task.setTaskID(ctx, taskID);
+  task.setSuffix(ctx, suffix);
+  task.setState(ctx, state);
+  task.setNumberOfExecutions(ctx, executions);
+  task.setNextStart(ctx, &begun);
+  task.setCurrentStartDateTime(ctx, &begun);
+
+  const Known* const first = model_.first([&](const Known& e) { return e.of(taskID, suffix) && e.queued(); });
+  const std::optional<long long> start = first == nullptr ? std::nullopt : first->start;
+  const bool stays = state == 2 && executions != (model_.has(Flaw::kOneExecutionIsNone) ? 1 : 0);
+  same("updateTaskNextStart", 0, task.updateTaskNextStart(ctx, nullptr));
+  same("next start", true, taken(ctx, task.getNextStart(ctx)) == start);
+  same("state", stays ? 2 : start ? 1 : 0, task.getState(ctx));
+  same("current start", stays, taken(ctx, task.getCurrentStartDateTime(ctx)).has_value());
 }
 
 void QueueModelTest::print() {
@@ -340,7 +369,8 @@ const std::vector<QueueModelTest::Operation> QueueModelTest::kOperations = {
     {"insertNextExec", 30, &QueueModelTest::insertNextExec},
     {"change", 120, &QueueModelTest::change},
     {"print", 2, &QueueModelTest::print},
-    {"a new list", 1, &QueueModelTest::startAnew},
+    {"updateTaskNextStart", 30, &QueueModelTest::updateTaskNextStart, true},
+    {"a new list", 1, &QueueModelTest::startAnew, true},
 };
 
 void QueueModelTest::operate() {
@@ -355,8 +385,7 @@ void QueueModelTest::operate() {
         std::discrete_distribution<int>(weights.begin(), weights.end())(random_))];
   }
   ++done[operation->name];
-  // A list takes its own latch when it is made and when it ends.
-  held_ = operation->body != &QueueModelTest::startAnew && oneIn(4);
+  held_ = !operation->takesTheLatch && oneIn(4);
   list->LLlock(held_ ? 1 : 0);
   (this->*operation->body)();
   same("the latch is free", !held_, probe().latchIsFree());

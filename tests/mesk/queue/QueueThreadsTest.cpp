@@ -291,9 +291,9 @@ TEST_F(QueueThreadsTest, ConcurrentInsertsComeOutInOrder) {
   ASSERT_EQ(list->size(0), kThreads * kEntries);
   long long last = 0;
   for (const MDTaskExec* const entry : probe().entries()) {
-    const std::unique_ptr<SCTimestamp> start(entry->getNextStartDateTime(ctx));
-    EXPECT_LE(last, start->getTime(ctx));
-    last = start->getTime(ctx);
+    const long long start = taken(ctx, entry->getNextStartDateTime(ctx)).value();
+    EXPECT_LE(last, start);
+    last = start;
   }
 }
 
