@@ -20,7 +20,11 @@ if(MESK_SANITIZE)
   target_compile_options(mesk_options INTERFACE -fsanitize=${MESK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined -fno-sized-deallocation)
   target_link_options(mesk_options INTERFACE -fsanitize=${MESK_SANITIZE})
 endif()
+
+# What the library and the platform are compiled with beside that: tests are not counted.
+add_library(mesk_counted INTERFACE)
 if(MESK_COVERAGE)
-  target_compile_options(mesk_options INTERFACE --coverage -fprofile-abs-path)
+  # Several threads count.
+  target_compile_options(mesk_counted INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic)
   target_link_options(mesk_options INTERFACE --coverage)
 endif()
