@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <regex>
@@ -10,6 +12,18 @@
 #include <platform/CodePage.h>
 #include <platform/Log.h>
 #include "Support.h"
+
+/// What was handed to the log service of the system, which this program is itself.
+static std::vector<std::string> systemLog;
+
+extern "C" __attribute__((visibility("default"))) void syslog(int /*priority*/, const char* format, ...) {
+  char text[200];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  systemLog.emplace_back(text);
+}
 
 namespace {
 
@@ -122,6 +136,19 @@ TEST_F(LogTest, StandardErrorIsUsedOnlyWhenAsked) {
   const std::string text = testing::internal::GetCapturedStderr();
   EXPECT_EQ(support::lines(text).size(), 1u);
   EXPECT_NE(text.find("int 2\n"), std::string::npos);
+}
+
+TEST_F(LogTest, SystemLogIsUsedOnlyWhenAskedAndAddsTheTimeItself) {
+  systemLog.clear();
+  logNumber(1);
+  EXPECT_TRUE(systemLog.empty());
+  mesk::startSystemLog();
+  logNumber(2);
+  mesk::stopLog();
+  logNumber(3);
+  ASSERT_EQ(systemLog.size(), 1u);
+  EXPECT_TRUE(std::regex_match(systemLog[0], std::regex(R"(\d+ 0x10080140 probe 10 level 3 int 2\n?)")))
+      << systemLog[0];
 }
 
 TEST_F(LogTest, FullDiskIsSurvivedAndCounted) {

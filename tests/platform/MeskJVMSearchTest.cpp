@@ -1,9 +1,11 @@
 // How the JVM and the store are looked for, as far as that ends before a JVM starts.
 #include <gtest/gtest.h>
+#include <jni.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "Support.h"
 
@@ -40,6 +42,32 @@ TEST(MeskJVMSearchTest, JavaOnThePathIsFollowedThroughItsLinks) {
   support::write(library, "no library");
   const std::string text = probe(environment);
   EXPECT_EQ(text.find("result -401\ncannot load the JVM library: " + library), 0u) << text;
+}
+
+TEST(MeskJVMSearchTest, RefusalSaysWhatTheCodeMeansAndWhatWasPrinted) {
+  support::Directory directory;
+  const fs::path library = directory.path() / "lib" / "server" / "libjvm.so";
+  fs::create_directories(library.parent_path());
+  fs::copy_file(MESK_FAKE_JVM, library);
+  const std::pair<int, const char*> reasons[] = {{JNI_EVERSION, "JNI version not supported"},
+                                                 {JNI_ENOMEM, "not enough memory"},
+                                                 {JNI_EEXIST, "the process has a JVM already"},
+                                                 {JNI_EINVAL, "an option is not valid"},
+                                                 {JNI_ERR, "no further reason given"}};
+  for (const auto& [code, reason] : reasons) {
+    EXPECT_EQ(probe(fmt::format("FAKE_JVM_CODE={} MESK_CLASSPATH=/none JAVA_HOME={}", code, directory.path().string())),
+              fmt::format("no JVM,\nonly {}\nresult -402\n{} refused to start a JVM: {} ({}): no JVM, only {}\n", code,
+                          library.string(), reason, code, code));
+  }
+}
+
+TEST(MeskJVMSearchTest, LibraryThatIsNoJvmsIsRefused) {
+  support::Directory directory;
+  const fs::path library = directory.path() / "lib" / "server" / "libjvm.so";
+  fs::create_directories(library.parent_path());
+  fs::copy_file(MESK_PLATFORM_LIBRARY, library);
+  EXPECT_EQ(probe("MESK_CLASSPATH=/none JAVA_HOME=" + directory.path().string()),
+            "result -402\n" + library.string() + " refused to start a JVM: it is no JVM library\n");
 }
 
 TEST(MeskJVMSearchTest, MissingStoreIsNamed) {

@@ -10,6 +10,7 @@
 #include <regex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <platform/Trace.h>
@@ -240,6 +241,59 @@ TEST_F(TraceTest, ConverterOfAnEmptyTraceIsAnEmptyArray) {
   const support::Result result = support::run(fmt::format(MESK_TRACE2JSON " {}", path_));
   EXPECT_EQ(result.status, 0);
   EXPECT_TRUE(nlohmann::json::parse(result.out).empty());
+}
+
+TEST_F(TraceTest, ConverterTellsHowItIsUsed) {
+  for (const char* const option : {"--help", "-h"}) {
+    const support::Result help = support::run(fmt::format(MESK_TRACE2JSON " {}", option));
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.out.find("usage: mesk-trace2json [TRACE [JSON]]\n"), 0u) << help.out;
+  }
+  const support::Result tooMany = support::run(MESK_TRACE2JSON " a b c");
+  EXPECT_EQ(tooMany.status, 2);
+  EXPECT_EQ(tooMany.out.find("usage: "), 0u) << tooMany.out;
+}
+
+TEST_F(TraceTest, ConverterReadsItsStandardInput) {
+  support::write(path_, "2026-07-11 12:34:56.123456 42 1AE80186 exit int 7\n");
+  for (const char* const arguments : {"", "-"}) {
+    const support::Result result = support::run(fmt::format(MESK_TRACE2JSON " {} <{}", arguments, path_));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(nlohmann::json::parse(result.out)[0]["args"]["result"], "int 7");
+  }
+}
+
+TEST_F(TraceTest, ConverterNamesTheFileThatItCannotReadOrWrite) {
+  support::Result result = support::run(MESK_TRACE2JSON " /no/trace");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "mesk-trace2json: cannot read /no/trace\n");
+  support::write(path_, "");
+  result = support::run(fmt::format(MESK_TRACE2JSON " {} /no/folder", path_));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "mesk-trace2json: cannot write /no/folder\n");
+  result = support::run(fmt::format(MESK_TRACE2JSON " {} /dev/full", path_));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "mesk-trace2json: cannot write\n");
+}
+
+TEST_F(TraceTest, ConverterTakesNothingForARecordThatIsNone) {
+  const std::string whole = "2026-07-11 12:34:56.123456 42 1AE80186 data 10 type 4 int 1";
+  const auto status = [&](const std::string& line) {
+    support::write(path_, line + "\n");
+    return support::run(fmt::format(MESK_TRACE2JSON " {} /dev/null", path_)).status;
+  };
+  ASSERT_EQ(status(whole), 0);
+  const auto with = [&](const char* old, const char* other) {
+    std::string line = whole;
+    return line.replace(line.find(old), std::string(old).size(), other);
+  };
+  const std::pair<const char*, const char*> changes[] = {
+      {"2026-", "2026/"}, {"07-11", "07/11"},  {"-11 ", "-111 "},       {"12:", "12."},       {"34:", "34."},
+      {"56.", "56:"},     {"123456", "12345"}, {"2026", "20x6"},        {"07-", "0x-"},       {"-11", "-1x"},
+      {"12:3", "x2:3"},   {"34:5", "x4:5"},    {"56.", "x6."},          {"123456", "12345x"}, {"07-11", "02-30"},
+      {" 42 ", " x2 "},   {" 42 ", " 42x "},   {"1AE80186", "1AE8018"}, {"data", "date"},     {" 10 ", " x "},
+  };
+  for (const auto& [old, other] : changes) EXPECT_EQ(status(with(old, other)), 1) << with(old, other);
 }
 
 }  // namespace
