@@ -6,10 +6,12 @@ find_package(GTest REQUIRED)
 set(MESK_UNDER "" CACHE STRING "what runs the tests without a JVM or with one of their own: a command, such as valgrind's")
 set(MESK_CHECK_JNI "${CMAKE_SOURCE_DIR}/tests/support/check-jni")
 set(MESK_CHECKED_JVM "-Xcheck:jni -Xshare:auto -XX:+AllowUserSignalHandlers")
-set(MESK_TEST_TIMEOUT 600)
 if(MESK_UNDER)
   # Code that is made while it runs costs more there than it saves.
   string(APPEND MESK_CHECKED_JVM " -Xint -XX:+UseSerialGC")
+endif()
+set(MESK_TEST_TIMEOUT 600)
+if(MESK_UNDER OR MESK_SANITIZE)
   set(MESK_TEST_TIMEOUT 7200)
 endif()
 
