@@ -58,10 +58,10 @@ R unreached(ThreadContext& ctx) {
 }
 
 template <class... Arguments>
-void MDObject::construct(ThreadContext& ctx, const char* signature, Arguments... arguments) {
+bool MDObject::construct(ThreadContext& ctx, const char* signature, Arguments... arguments) {
   const jmethodID constructor = ctx.env->GetMethodID(objectClass, "<init>", signature);
-  if (constructor == nullptr) return;
-  keepObject(ctx, ctx.env->NewObject(objectClass, constructor, arguments...));
+  if (constructor == nullptr) return false;
+  return keepObject(ctx, ctx.env->NewObject(objectClass, constructor, arguments...));
 }
 
 }  // namespace mesk

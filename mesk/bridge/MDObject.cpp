@@ -204,9 +204,10 @@ bool MDObject::bindClass(ThreadContext& ctx, const char* className) {
   return objectClass != nullptr;
 }
 
-void MDObject::keepObject(ThreadContext& ctx, jobject local) {
+bool MDObject::keepObject(ThreadContext& ctx, jobject local) {
   const LocalRef<> made(ctx.env, local);
   if (made) object = ctx.env->NewGlobalRef(made.get());
+  return static_cast<bool>(made);
 }
 
 jmethodID MDObject::textConstructor(ThreadContext& ctx) const {
@@ -228,8 +229,8 @@ void MDObject::create(ThreadContext& ctx, const char* className, jobject context
     objectClass = static_cast<jclass>(ctx.env->NewGlobalRef(cls.get()));
   }
   if (objectClass == nullptr) return;
-  construct(ctx, storeSignature<"", "V">, context, exception.object);
-  if (object == nullptr) return;
+  // What the store says counts once its constructor ran, also when there is no global reference to be had.
+  if (!construct(ctx, storeSignature<"", "V">, context, exception.object)) return;
   rc = exception.getRC(ctx);
   if (rc != 0) sqlCode = exception.getSQLCode(ctx);
 }

@@ -79,9 +79,9 @@ class MESK_API MDObject {
   /// `objectClass` becomes the class of that name; false when there is none.
   MESK_LOCAL bool bindClass(ThreadContext& ctx, const char* className);
 
-  /// `object` becomes a new object of `objectClass`; stays null when the constructor is missing or refuses.
+  /// `object` becomes a new object of `objectClass`. False when none was made: the constructor is missing or refuses.
   template <class... Arguments>
-  MESK_LOCAL void construct(ThreadContext& ctx, const char* signature, Arguments... arguments);
+  MESK_LOCAL bool construct(ThreadContext& ctx, const char* signature, Arguments... arguments);
 
   // As `construct`, by the constructor that takes one text: null when it is missing.
   MESK_LOCAL jmethodID textConstructor(ThreadContext& ctx) const;
@@ -95,7 +95,7 @@ class MESK_API MDObject {
   MESK_LOCAL long long referenceID(ThreadContext& ctx, jobject context, int& rc, int& sqlCode);
 
  private:
-  MESK_LOCAL void keepObject(ThreadContext& ctx, jobject local);
+  MESK_LOCAL bool keepObject(ThreadContext& ctx, jobject local);
   template <class Value>
   MESK_LOCAL void setProperty(ThreadContext& ctx, const char* method, const char* signature, Value value);
   template <class Wrapper>
