@@ -17,9 +17,6 @@
 namespace mesk::test::ledger {
 namespace {
 
-/// More things that can fail than any operation has.
-constexpr unsigned kManyPoints = 2000;
-
 const Rows& allRows() {
   static const Rows rows = [] {
     Rows all;
@@ -116,10 +113,13 @@ std::vector<std::string> differences(const Row& row, ThreadContext& ctx) {
   for (const State state : row.states) {
     for (const Code& code : codes(row.reports)) {
       for (const bool traced : {false, true}) {
-        unsigned points = 1;
-        for (unsigned fault = 0; fault <= points && fault < kManyPoints; ++fault) {
+        // As many as there are when nothing fails: up to its own failure each turn is like that one.
+        unsigned faults = 0;
+        for (unsigned fault = 0; fault <= faults; ++fault) {
+          unsigned points = 0;
           const Setting setting{state, code.code, code.sqlCode, code.sqlState, traced, row.attachFails, fault};
           const std::string different = difference(row, setting, ctx, points);
+          if (fault == 0) faults = points;
           ++played;
           if (different.empty()) continue;
           found.push_back(row.symbol + " " + row.variant + "\n" + ::testing::PrintToString(setting) + "\n" + different);
@@ -262,6 +262,24 @@ TEST_F(WrongRowTest, ATraceThatIsWrittenWhileItIsOffIsFound) {
   const std::int32_t code = 0;
   const Row wrong = commit([&](Run& run) { run.record([&] { _gtraceExit(ossThreadID(), 1, &code, 0); }); });
   expectFound(wrong, "trace exit 0x00000001");
+}
+
+TEST_F(WrongRowTest, WhatIsWrongOnlyWhenTheLastThingFailsIsFound) {
+  const auto run = [](Run& r) {
+    r.record([env = r.ctx.env] {
+      const LocalRef<jclass> first(env, env->FindClass("java/lang/Object"));
+      if (!first) return;
+      const LocalRef<jclass> second(env, env->FindClass("java/lang/String"));
+      if (!second) env->NewLocalRef(first.get());
+    });
+  };
+  const auto prescribe = [](Prescription& p) {
+    const Ref first = p.findClass("java/lang/Object");
+    if (first.empty()) return;
+    if (const Ref second = p.findClass("java/lang/String"); !second.empty()) p.deleteLocalRef(second);
+    p.deleteLocalRef(first);
+  };
+  expectFound({"mesk::lookup()", "", run, prescribe}, "done:       NewLocalRef");
 }
 
 TEST_F(WrongRowTest, AWrongResultIsFound) {

@@ -18,7 +18,6 @@ constexpr int kNoRelation = 30014;
 constexpr int kNobody = 30013;
 
 const std::string kTask = std::string(kMetadata) + "MDTask";
-const std::string kEvent = std::string(kMetadata) + "MDScheduleEvent";
 const std::string kSchedule = std::string(kMetadata) + "MDSharedNamedSchedule";
 const std::string kListSignature = storeMethod("", kCollection);
 
@@ -219,12 +218,8 @@ void addAllEvents(ClassRows<MDTask>& task) {
     row.answers.add("size", static_cast<long long>(given.said.size()));
     for (const int said : given.said) row.answers.add("size", static_cast<long long>(said));
     for (const int had : given.had) row.answers.add("size", static_cast<long long>(had));
-    const auto elements = [&](int count, const std::string& className) {
-      for (int i = 0; i < count; ++i) row.answers.add("get", Object{className});
-    };
-    elements(given.own, kEvent);
-    elements(static_cast<int>(given.said.size()), kSchedule);
-    for (const int had : given.had) elements(had, kEvent);
+    // A rule is wrapped and nothing more; whatever fails, each element can be asked what a schedule is asked.
+    row.answers.add("get", Object{kSchedule});
     row.answers.add("getScheduleID", 0x123456789ALL);
     row.answers.add("getScheduleID", 22LL);
     for (int i = 0; i < goodCodes; ++i) row.answers.add("getRC", 0LL);
@@ -319,9 +314,10 @@ void addAllConditions(ClassRows<MDTask>& task) {
     for (const long long size : {2, 3, 4}) row.answers.add("size", size);
     for (int i = 0; i < 2; ++i) row.answers.add("get", Object{std::string(kMetadata) + "MDSuccessCodeSet"});
     for (int i = 0; i < 7; ++i) row.answers.add("get", Object{std::string(kMetadata) + "MDCodeCondition"});
-    // Of the first set one has no text; of the second one is known already, and one by its first character.
+    // Of the first set one has no text. Of the second one is known by its first character, two are known but for the
+    // code or the character, and one is known.
     for (const long long code : {0, 2, 4, 0, 8, 4, 4}) row.answers.add("getCode", code);
-    for (const char* const text : {"=", "", "<=", "==", ">", "<", "!"}) row.answers.add("getCondition", Text{text});
+    for (const char* const text : {"=", "", "<=", "==", "=", "<", "!"}) row.answers.add("getCondition", Text{text});
     for (const long long code : codes) row.answers.add("getRC", code);
     if (codes.empty()) {
       row.reports = true;
