@@ -513,19 +513,18 @@ void Recording::answerContacts(ContactGroupRequest& request, ContactSqlca& sqlca
   const std::string group = request.groupName;
   const bool named = request.names != nullptr;
   addLine("getAllContactNamesInGroup " + quoted(group) + " " + show(request.count) + (named ? " names" : " null"));
-  sqlca.sqlCode = -1;
-  if (refuses()) return;
-  const Answer answer = answers_.take((named ? "names of " : "count of ") + group);
-  if (const auto* const number = std::get_if<long long>(&answer)) {
-    sqlca.sqlCode = *number < 0 ? static_cast<std::int32_t>(*number) : 0;
-    request.count = *number < 0 ? 3 : static_cast<std::uint32_t>(*number);
-  } else if (const auto* const names = std::get_if<Names>(&answer)) {
-    for (std::uint32_t i = 0; i < request.count && i < names->size(); ++i) {
-      std::strncpy(request.names[i], (*names)[i].c_str(), kContactNameBytes);
-    }
-    request.count = static_cast<std::uint32_t>(names->size());
-    sqlca.sqlCode = 0;
+  const Answer answer = refuses() ? Answer(-1LL) : answers_.take((named ? "names of " : "count of ") + group);
+  const auto* const number = std::get_if<long long>(&answer);
+  const auto* const given = std::get_if<Names>(&answer);
+  // What comes beside an SQL code is not to be used.
+  Names names(3, "wrong");
+  sqlca.sqlCode = number != nullptr ? static_cast<std::int32_t>(std::min(*number, 0LL)) : given != nullptr ? 0 : -1;
+  if (given != nullptr) names = *given;
+  if (number != nullptr && *number >= 0) names.resize(static_cast<std::size_t>(*number));
+  for (std::size_t i = 0; named && i < std::min<std::size_t>(request.count, names.size()); ++i) {
+    std::strncpy(request.names[i], names[i].c_str(), kContactNameBytes);
   }
+  request.count = static_cast<std::uint32_t>(names.size());
 }
 
 jobject Recording::makeObject(const std::string& className) {
