@@ -1,6 +1,7 @@
 # What a build can be told, and what every target of the project is compiled with.
 option(MESK_TESTS "build the tests and examples" ON)
 option(MESK_BENCH "build the benchmarks" OFF)
+option(MESK_FUZZ "build the fuzz targets, with clang" OFF)
 option(MESK_WERROR "treat warnings as errors" OFF)
 set(MESK_SANITIZE "" CACHE STRING "sanitizers, as -fsanitize= takes them")
 option(MESK_COVERAGE "count executed lines and branches" OFF)
