@@ -85,6 +85,7 @@ char* MDObject::jStringToString(ThreadContext& ctx, jstring s) {
     ::operator delete(java);
     return nullptr;
   }
+  *native = '\0';  // what stays of it when the code page is one that there is not
   const auto length = static_cast<std::uint32_t>(bytes);
   CodePageConversion conversion{kUtf8CodePage, codePage, kSourceIsJava, java, length, native, length, 0};
   sqlocpcv(&conversion);
