@@ -68,7 +68,7 @@ Log& log() {
   return instance;
 }
 
-/// The log is UTF-8, whatever the process speaks.
+/// The log is UTF-8, whatever the process speaks, and also when that is no code page.
 std::string toUtf8(std::string_view text) {
   std::string utf8(text.size() * 3 + 1, '\0');
   CodePageConversion conversion{sqlogetcpcc(),
@@ -79,7 +79,10 @@ std::string toUtf8(std::string_view text) {
                                 utf8.data(),
                                 static_cast<std::uint32_t>(utf8.size()),
                                 0};
-  if (sqlocpcv(&conversion) == mesk::kCodePageUnusable) return std::string(text);
+  if (sqlocpcv(&conversion) == mesk::kCodePageUnusable) {
+    conversion.sourceCodePage = mesk::kUtf8CodePage;
+    sqlocpcv(&conversion);
+  }
   utf8.resize(conversion.targetLength - 1);
   return utf8;
 }
