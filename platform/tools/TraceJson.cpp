@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <nlohmann/json.hpp>
@@ -42,22 +43,28 @@ std::optional<Integer> parse(std::string_view text) {
 
 /// Microseconds since the epoch of "YYYY-MM-DD" and "HH:MM:SS.uuuuuu".
 std::optional<std::int64_t> parseTime(std::string_view date, std::string_view time) {
-  if (date.size() != 10 || date[4] != '-' || date[7] != '-') return std::nullopt;
-  if (time.size() != 15 || time[2] != ':' || time[5] != ':' || time[8] != '.') return std::nullopt;
-  const auto year = parse<int>(date.substr(0, 4));
-  const auto month = parse<unsigned>(date.substr(5, 2));
-  const auto day = parse<unsigned>(date.substr(8, 2));
-  const auto hour = parse<int>(time.substr(0, 2));
-  const auto minute = parse<int>(time.substr(3, 2));
-  const auto second = parse<int>(time.substr(6, 2));
-  const auto micros = parse<int>(time.substr(9, 6));
-  if (!year || !month || !day || !hour || !minute || !second || !micros) return std::nullopt;
+  const auto hasShape = [](std::string_view text, std::string_view shape) {
+    return std::equal(text.begin(), text.end(), shape.begin(), shape.end(),
+                      [](char c, char sign) { return sign == '0' ? c >= '0' && c <= '9' : c == sign; });
+  };
+  if (!hasShape(date, "0000-00-00") || !hasShape(time, "00:00:00.000000")) return std::nullopt;
+  const auto number = [](std::string_view digits) { return *parse<int>(digits); };
+  const int hour = number(time.substr(0, 2));
+  const int minute = number(time.substr(3, 2));
+  const int second = number(time.substr(6, 2));
 
   using namespace std::chrono;
-  const year_month_day calendar{std::chrono::year(*year), std::chrono::month(*month), std::chrono::day(*day)};
-  if (!calendar.ok()) return std::nullopt;
-  const auto moment = sys_days(calendar) + hours(*hour) + minutes(*minute) + seconds(*second) + microseconds(*micros);
+  const year_month_day calendar{year(number(date.substr(0, 4))),
+                                month(static_cast<unsigned>(number(date.substr(5, 2)))),
+                                day(static_cast<unsigned>(number(date.substr(8, 2))))};
+  if (!calendar.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+  const auto moment =
+      sys_days(calendar) + hours(hour) + minutes(minute) + seconds(second) + microseconds(number(time.substr(9, 6)));
   return moment.time_since_epoch().count();
+}
+
+bool isFunction(std::string_view word) {
+  return word.size() == 8 && word.find_first_not_of("0123456789ABCDEF") == std::string_view::npos;
 }
 
 /// One line as an event; nothing when it is no trace record.
@@ -68,10 +75,10 @@ std::optional<Json> parseLine(std::string_view line) {
   const auto thread = parse<std::uint64_t>(words.next());
   const std::string_view function = words.next();
   const std::string_view kind = words.next();
-  if (!time || !thread || function.size() != 8) return std::nullopt;
+  if (!time || !thread || !isFunction(function)) return std::nullopt;
 
   Json event{{"name", fmt::format("0x{}", function)}, {"cat", "mesk"}, {"ts", *time}, {"pid", 1}, {"tid", *thread}};
-  if (kind == "entry") {
+  if (kind == "entry" && words.rest().empty()) {
     event["ph"] = "B";
   } else if (kind == "exit") {
     event["ph"] = "E";
