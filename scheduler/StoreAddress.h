@@ -8,7 +8,8 @@ namespace mesk::host {
 /// A store named by a file or a JDBC URL.
 class StoreAddress {
  public:
-  /// Throws HostError for an empty name and for a URL of a database that is not supported.
+  /// Throws HostError for an empty name, for a path with a question mark, which would end it in the URL, and for a URL
+  /// of a database that is not supported.
   explicit StoreAddress(const std::string& fileOrUrl);
 
   /// The store that `option` names, else the one of the environment variable MESK_STORE. Throws HostError
