@@ -1,5 +1,6 @@
 #include <scheduler/TaskFile.h>
 
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <initializer_list>
 #include <map>
 #include <set>
+#include <sstream>
 #include <system_error>
 #include <tuple>
 #include <utility>
@@ -70,6 +72,41 @@ std::string joined(const std::vector<std::string>& words) {
   return text;
 }
 
+// Notes where the content of a document begins.
+class Beginning : public YAML::EventHandler {
+ public:
+  void OnDocumentStart(const YAML::Mark&) override { line = 0; }
+  void OnDocumentEnd() override {}
+  void OnNull(const YAML::Mark& mark, YAML::anchor_t) override { note(mark); }
+  void OnAlias(const YAML::Mark& mark, YAML::anchor_t) override { note(mark); }
+  void OnScalar(const YAML::Mark& mark, const std::string&, YAML::anchor_t, const std::string&) override { note(mark); }
+  void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t, YAML::EmitterStyle::value) override {
+    note(mark);
+  }
+  void OnSequenceEnd() override {}
+  void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t, YAML::EmitterStyle::value) override {
+    note(mark);
+  }
+  void OnMapEnd() override {}
+
+  int line = 0;
+
+ private:
+  void note(const YAML::Mark& mark) {
+    if (line == 0) line = std::max(mark.line + 1, 1);
+  }
+};
+
+// Where the content of the second document begins, or 0 when there is none. The parser is not asked for more: with a
+// text that is not YAML, such as ",8", it can find another document at the same place for ever.
+int lineOfSecondDocument(const std::string& text) {
+  std::istringstream stream(text);
+  YAML::Parser parser(stream);
+  Beginning beginning;
+  const bool second = parser.HandleNextDocument(beginning) && parser.HandleNextDocument(beginning);
+  return second ? std::max(beginning.line, 1) : 0;
+}
+
 // Reads one file into tasks and gathers what is wrong.
 class Reader {
  public:
@@ -82,14 +119,16 @@ class Reader {
       return result();
     }
     try {
-      const std::vector<YAML::Node> documents = YAML::LoadAll(text);
-      if (documents.size() > 1) {
-        refuse(lineOf(documents[1]), "a task file is one document");
+      const YAML::Node document = YAML::Load(text);
+      if (const int line = lineOfSecondDocument(text); line != 0) {
+        refuse(line, "a task file is one document");
       } else {
-        readFileNode(documents.empty() ? YAML::Node() : documents[0]);
+        readFileNode(document);
       }
     } catch (const YAML::Exception& malformed) {
-      refuse(std::max(malformed.mark.line + 1, 1), "this is not YAML: " + malformed.msg);
+      // It may end with one byte of the character that it complains about.
+      refuse(std::max(malformed.mark.line + 1, 1),
+             "this is not YAML: " + malformed.msg.substr(0, findBadUtf8(malformed.msg)));
     }
     return result();
   }
