@@ -33,8 +33,10 @@ StoreAddress::StoreAddress(const std::string& fileOrUrl) {
   std::error_code unresolved;
   const std::filesystem::path path = std::filesystem::weakly_canonical(std::filesystem::absolute(file), unresolved);
   path_ = (unresolved ? std::filesystem::absolute(file).lexically_normal() : path).string();
+  while (path_.size() > 1 && path_.ends_with('/')) path_.pop_back();
   if (path_.find('?') != std::string::npos) {
-    throw HostError(kExitUsage, fmt::format("'{}' cannot be a store: in a URL, options follow the question mark", path_));
+    throw HostError(kExitUsage,
+                    fmt::format("'{}' cannot be a store: in a URL, options follow the question mark", path_));
   }
   url_ = std::string(kSqlite) + path_ + parameters;
 }
