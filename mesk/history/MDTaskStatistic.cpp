@@ -35,7 +35,9 @@ int MDTaskStatistic::deleteIt(ThreadContext& ctx, jobject context, int& sqlCode)
 
 int MDTaskStatistic::store(ThreadContext& ctx, const char* method, std::uint32_t logFunction, jobject context,
                            int& sqlCode) {
-  const int rc = persist(ctx, method, context, sqlCode);
+  StoreCall call(ctx, sqlCode);
+  call.invoke<void>(*this, method, storeSignature<"", "V">, context);
+  const int rc = call.finish();
   if (rc != 0) logFailure(logFunction, rc, sqlCode, getTaskID(ctx));
   return rc;
 }
