@@ -228,8 +228,8 @@ MDTaskExec* MDTaskExecList::search(long long taskExecID, int lock) {
 }
 
 MDTaskExec* MDTaskExecList::search(const char* jobID, int lock) {
-  if (jobID == nullptr) return nullptr;
   const Latched latched(latch_, lock);
+  if (jobID == nullptr) return nullptr;
   ThreadContext ctx;
   return find([&](const MDTaskExec& entry) {
            const std::unique_ptr<char> text(entry.getRookJobID(ctx));
