@@ -44,7 +44,10 @@ int MDTaskExec::deleteIt(ThreadContext& ctx, jobject context, int& sqlCode) {
 }
 
 int MDTaskExec::logged(ThreadContext& ctx, std::uint32_t function, int code, const int& sqlCode) const {
-  if (code != 0) logFailure(function, code, sqlCode, getTaskID(ctx), getTaskExecID(ctx));
+  if (code == 0) return 0;
+  const long long taskID = getTaskID(ctx);
+  const long long taskExecID = getTaskExecID(ctx);
+  logFailure(function, code, sqlCode, taskID, taskExecID);
   return code;
 }
 

@@ -40,9 +40,10 @@ SCTimestamp* MDTaskExec::getNextScheduleTime(ThreadContext& ctx, jobject context
   if (object == nullptr || eventHome == nullptr) return nullptr;
   int rc = 0;
   int sqlCode = 0;
+  const long long taskID = getTaskID(ctx);
+  const int suffix = getSuffix(ctx);
   {
-    const LocalRef<> found(ctx.env,
-                           MDTaskType::retrieveTask(ctx, context, getTaskID(ctx), getSuffix(ctx), rc, sqlCode));
+    const LocalRef<> found(ctx.env, MDTaskType::retrieveTask(ctx, context, taskID, suffix, rc, sqlCode));
     if (!found) return nullptr;
     // Read and left alone: a disabled schedule keeps its next time, and whoever starts runs asks the task itself.
     MDTask(ctx, nullptr, found.get()).getScheduleEnable(ctx);

@@ -21,7 +21,9 @@ int MDTask::updateTaskNextStart(ThreadContext& ctx, jobject /*context*/) {
   MDTaskExecList* const queue = MDTaskExecList::existing();
   if (queue == nullptr) return trace.exit(-1);
 
-  const MDTaskExec* const queued = queue->searchQueued(getTaskID(ctx), getSuffix(ctx), 1);
+  const long long taskID = getTaskID(ctx);
+  const int suffix = getSuffix(ctx);
+  const MDTaskExec* const queued = queue->searchQueued(taskID, suffix, 1);
   const std::unique_ptr<SCTimestamp> nextStart(queued == nullptr ? nullptr : queued->getNextStartDateTime(ctx));
   setNextStart(ctx, nextStart.get());
   if (getState(ctx) == kRunning && getNumberOfExecutions(ctx) != 0) return trace.exit(0);

@@ -22,11 +22,13 @@ TaskExecNode::TaskExecNode(MDTaskExec* entry) : exec(entry), prev(nullptr), next
 
 void TaskExecNode::print() const {
   ThreadContext ctx;
+  const long taskExecID = shown(exec->getTaskExecID(ctx));
+  const long taskID = shown(exec->getTaskID(ctx));
+  const long scheduleEventID = shown(exec->getScheduleEventID(ctx));
   const std::unique_ptr<SCTimestamp> start(exec->getNextStartDateTime(ctx));
   const std::unique_ptr<char> text(start ? SimpleDateFormat(ctx, "yyyyMMddHHmmss").format(ctx, *start) : nullptr);
-  std::fprintf(stderr, "TaskExecID=%2ld; TaskID=%2ld; SchedID=%2ld; start timestamp: %s\n",
-               shown(exec->getTaskExecID(ctx)), shown(exec->getTaskID(ctx)), shown(exec->getScheduleEventID(ctx)),
-               text ? text.get() : "none");
+  std::fprintf(stderr, "TaskExecID=%2ld; TaskID=%2ld; SchedID=%2ld; start timestamp: %s\n", taskExecID, taskID,
+               scheduleEventID, text ? text.get() : "none");
 }
 
 }  // namespace mesk
