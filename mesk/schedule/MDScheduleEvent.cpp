@@ -84,7 +84,8 @@ SCTimestamp* timestampOf(ThreadContext& ctx, const SimpleDateFormat& format, tim
   char text[80];
   std::snprintf(text, sizeof text, "%4.4d%2.2d%2.2d%2.2d%2.2d%2.2d", local->tm_year + 1900, local->tm_mon + 1,
                 local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
-  return new (std::nothrow) SCTimestamp(ctx, format.parse(ctx, text));
+  const long long millis = format.parse(ctx, text);
+  return new (std::nothrow) SCTimestamp(ctx, millis);
 }
 
 }  // namespace
@@ -144,17 +145,21 @@ SCTimestamp* MDScheduleEvent::getNextScheduledTime(ThreadContext& ctx, SCTimesta
   if (code == 0) code = rule.setIntervalType(getIntervalType(ctx));
   if (code == 0) code = rule.setIntervalUnit(getIntervalUnit(ctx));
   if (code == 0) code = rule.setDetail(getDetail(ctx));
+  // Read one by one as long as all is well, and deleted together.
+  std::unique_ptr<SQLDate> startDate;
+  std::unique_ptr<SQLTime> startTime;
+  std::unique_ptr<SQLDate> endDate;
   if (code == 0) {
-    const std::unique_ptr<SQLDate> date(getStartDate(ctx));
-    code = fillFrom(rule, kStartDate, formatted(ctx, dateFormat, date.get()).get());
+    startDate.reset(getStartDate(ctx));
+    code = fillFrom(rule, kStartDate, formatted(ctx, dateFormat, startDate.get()).get());
   }
   if (code == 0) {
-    const std::unique_ptr<SQLTime> time(getStartTime(ctx));
-    code = fillFrom(rule, kStartTime, formatted(ctx, timeFormat, time.get()).get());
+    startTime.reset(getStartTime(ctx));
+    code = fillFrom(rule, kStartTime, formatted(ctx, timeFormat, startTime.get()).get());
   }
   if (code == 0) {
-    const std::unique_ptr<SQLDate> date(getEndDate(ctx));
-    if (date != nullptr) code = fillFrom(rule, kEndDate, formatted(ctx, dateFormat, date.get()).get());
+    endDate.reset(getEndDate(ctx));
+    if (endDate != nullptr) code = fillFrom(rule, kEndDate, formatted(ctx, dateFormat, endDate.get()).get());
   }
   time64 time = 0;
   if (code == 0) code = localTime(trace, formatted(ctx, momentFormat, reference).get(), time);
