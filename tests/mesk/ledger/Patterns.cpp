@@ -3,6 +3,16 @@
 #include <cctype>
 
 namespace mesk::test::ledger {
+namespace {
+
+template <class V>
+void setProperty(Prescription& p, const Wrapper& target, const std::string& method, const std::string& type, V value) {
+  if (target.live() && p.getMethod(target.objectClass, method, "(" + type + ")V")) {
+    p.callVoid(target.object, method, value);
+  }
+}
+
+}  // namespace
 
 int intProperty(Prescription& p, const Wrapper& target, const std::string& method) {
   return target.live() && p.getMethod(target.objectClass, method, "()I") ? p.callInt(target.object, method) : 0;
@@ -10,6 +20,42 @@ int intProperty(Prescription& p, const Wrapper& target, const std::string& metho
 
 long long longProperty(Prescription& p, const Wrapper& target, const std::string& method) {
   return target.live() && p.getMethod(target.objectClass, method, "()J") ? p.callLong(target.object, method) : 0;
+}
+
+std::string textProperty(Prescription& p, const Wrapper& target, const std::string& method) {
+  const bool there = target.live() && p.getMethod(target.objectClass, method, std::string("()") + kString);
+  return p.stringFromJava(there ? p.callObject(target.object, method) : "");
+}
+
+std::optional<Wrapper> objectProperty(Prescription& p, const Wrapper& target, const std::string& method,
+                                      const std::string& type) {
+  std::optional<Wrapper> made;
+  if (!target.live() || !p.getMethod(target.objectClass, method, "()" + type)) return made;
+  if (const Ref value = p.callObject(target.object, method); !value.empty()) {
+    if (p.allocate(16)) made = p.wrap(value);
+    p.deleteLocalRef(value);
+  }
+  return made;
+}
+
+void setIntProperty(Prescription& p, const Wrapper& target, const std::string& method, int value) {
+  setProperty(p, target, method, "I", value);
+}
+
+void setLongProperty(Prescription& p, const Wrapper& target, const std::string& method, long long value) {
+  setProperty(p, target, method, "J", value);
+}
+
+void setTextProperty(Prescription& p, const Wrapper& target, const std::string& method, const std::string& native) {
+  if (!target.live()) return;
+  const Ref text = p.stringToJava(native);
+  setProperty(p, target, method, kString, text);
+  if (!text.empty()) p.deleteLocalRef(text);
+}
+
+void setObjectProperty(Prescription& p, const Wrapper& target, const std::string& method, const std::string& type,
+                       const Ref& value) {
+  setProperty(p, target, method, type, value);
 }
 
 void logFailure(Prescription& p, const Wrapper& target, const Records& records, int rc, int sqlCode) {
@@ -64,17 +110,83 @@ Wrapper principalOf(Prescription& p, const std::string& simpleClass, const char*
   return made;
 }
 
-std::string wrapElement(Prescription& p, const Ref& element) {
-  const std::string made = p.newWrapper(element);
-  if (!element.empty()) p.deleteLocalRef(element);
+Wrapper newFormat(Prescription& p, const std::string& pattern) {
+  Wrapper made;
+  const Ref cls = p.findClass("java/text/SimpleDateFormat");
+  if (cls.empty()) return made;
+  made.objectClass = p.newGlobalRef(cls);
+  p.deleteLocalRef(cls);
+  if (made.objectClass.empty() || !p.getMethod(made.objectClass, "<init>", "(Ljava/lang/String;)V")) return made;
+  const Ref text = p.stringToJava(pattern);
+  if (const Ref object = p.newObject(made.objectClass, text); !object.empty()) {
+    made.object = p.newGlobalRef(object);
+    p.deleteLocalRef(object);
+  }
+  if (!text.empty()) p.deleteLocalRef(text);
   return made;
+}
+
+std::string formatted(Prescription& p, const Wrapper& format, const Wrapper& date) {
+  Ref text;
+  if (format.live() && date.live() &&
+      p.getMethod(format.objectClass, "format", "(Ljava/util/Date;)Ljava/lang/String;")) {
+    text = p.callObject(format.object, "format", date.object);
+  }
+  return p.stringFromJava(text);
+}
+
+long long parsed(Prescription& p, const Wrapper& format, const std::string& native) {
+  if (!format.live()) return 0;
+  long long millis = 0;
+  const Ref text = p.stringToJava(native);
+  Ref date;
+  if (p.getMethod(format.objectClass, "parse", "(Ljava/lang/String;)Ljava/util/Date;")) {
+    date = p.callObject(format.object, "parse", text);
+  }
+  if (!date.empty()) {
+    if (const Ref cls = p.findClass("java/util/Date"); !cls.empty()) {
+      if (p.getMethod(cls, "getTime", "()J")) millis = p.callLong(date, "getTime");
+      p.deleteLocalRef(cls);
+    }
+    p.deleteLocalRef(date);
+  }
+  if (!text.empty()) p.deleteLocalRef(text);
+  return millis;
+}
+
+void callSession(Prescription& p, const Wrapper& exception, const std::string& method, int& rc, int& sqlCode) {
+  bool called = false;
+  if (!exception.live()) return;
+  const Ref cls = p.findClass(std::string(kMetadata) + "MDUtility");
+  if (cls.empty()) return;
+  if (p.getStaticMethod(cls, method, storeMethod("", "V"))) {
+    p.callStaticVoid(cls, method, "context", exception.object);
+    rc = p.returnCode(exception);
+    called = true;
+  }
+  p.deleteLocalRef(cls);
+  if (called && rc != 0) sqlCode = p.nestedCode(exception);
+}
+
+int committed(Prescription& p, int& sqlCode) {
+  constexpr std::uint32_t kCommit = 451412399;
+  int rc = -300;
+  sqlCode = 0;
+  const Wrapper exception = p.exceptionObject();
+  p.traceEntry(kCommit);
+  callSession(p, exception, "commit", rc, sqlCode);
+  if (rc != 0) p.log(0x10080126, 10, {integer(rc), integer(sqlCode)});
+  p.traceExit(kCommit, rc);
+  p.destroy(exception);
+  return rc;
 }
 
 std::string textElement(Prescription& p, const Ref& element) { return p.stringFromJava(element); }
 
 std::string collectionElements(Prescription& p, const Ref& collection, MakeElement make) {
-  const auto items = elementsOf(p, collection, make);
-  return items ? says::givesList(*items) : says::givesNoList();
+  int fewer = 0;
+  const auto items = elementsOf(p, collection, make, &fewer);
+  return items ? says::givesList(*items) : says::givesNoList(fewer);
 }
 
 std::string arrayElements(Prescription& p, const Ref& collection, MakeElement make) {

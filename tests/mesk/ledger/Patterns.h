@@ -46,6 +46,18 @@ int storeVoid(Prescription& p, const Wrapper& target, const std::string& method,
 /// A property, as the wrapper's accessor asks for it.
 int intProperty(Prescription& p, const Wrapper& target, const std::string& method);
 long long longProperty(Prescription& p, const Wrapper& target, const std::string& method);
+/// A text as the caller gets it: in quotes, or "null".
+std::string textProperty(Prescription& p, const Wrapper& target, const std::string& method);
+/// A new wrapper of a value, dead when it was refused its references; none when there is none to be had.
+std::optional<Wrapper> objectProperty(Prescription& p, const Wrapper& target, const std::string& method,
+                                      const std::string& type);
+
+// The same for setters.
+void setIntProperty(Prescription& p, const Wrapper& target, const std::string& method, int value);
+void setLongProperty(Prescription& p, const Wrapper& target, const std::string& method, long long value);
+void setTextProperty(Prescription& p, const Wrapper& target, const std::string& method, const std::string& native);
+void setObjectProperty(Prescription& p, const Wrapper& target, const std::string& method, const std::string& type,
+                       const Ref& value);
 
 /// What an operation writes, beside its calls: the trace of its entry and exit, and the log of its failure with the
 /// codes and, behind them, what the getters of `keys` answer.
@@ -53,6 +65,7 @@ struct Records {
   std::uint32_t log = 0;
   std::uint32_t trace = 0;
   std::vector<std::string> keys = {};
+  bool logsBeforeTheEnd = false;  ///< of the exception object
 };
 void logFailure(Prescription& p, const Wrapper& target, const Records& records, int rc, int sqlCode);
 
@@ -62,6 +75,31 @@ Wrapper principalOf(Prescription& p, const std::string& simpleClass, const char*
 /// A new object of the store.
 Wrapper createdBy(Prescription& p, const std::string& className, int& rc, int& sqlCode);
 
+/// An object of a class of Java's own, made by its constructor with `arguments`.
+template <class... A>
+Wrapper newObjectOf(Prescription& p, const std::string& className, const std::string& signature, A... arguments) {
+  Wrapper made;
+  const Ref cls = p.findClass(className);
+  if (cls.empty()) return made;
+  made.objectClass = p.newGlobalRef(cls);
+  p.deleteLocalRef(cls);
+  if (made.objectClass.empty() || !p.getMethod(made.objectClass, "<init>", signature)) return made;
+  const Ref object = p.newObject(made.objectClass, arguments...);
+  if (object.empty()) return made;
+  made.object = p.newGlobalRef(object);
+  p.deleteLocalRef(object);
+  return made;
+}
+
+/// A formatter of that pattern, a date's text in it as the caller gets it, and the milliseconds of a text.
+Wrapper newFormat(Prescription& p, const std::string& pattern);
+std::string formatted(Prescription& p, const Wrapper& format, const Wrapper& date);
+long long parsed(Prescription& p, const Wrapper& format, const std::string& native);
+
+/// "rollback" of the session and its like, within the exception object's life.
+void callSession(Prescription& p, const Wrapper& exception, const std::string& method, int& rc, int& sqlCode);
+int committed(Prescription& p, int& sqlCode);
+
 /// What a list operation gives: its lines, from the collection on.
 struct Listed {
   int rc = -300;
@@ -69,18 +107,30 @@ struct Listed {
   std::string gives = says::givesNoList();
 };
 
+/// The size of a wrapper, without fields of its own.
+template <class W>
+inline constexpr std::size_t kWrapperBytes = 16;
+
 /// An element of a list in what the caller gets.
 using MakeElement = std::string (*)(Prescription&, const Ref&);
-std::string wrapElement(Prescription& p, const Ref& element);
+template <class W>
+std::string wrapElementOf(Prescription& p, const Ref& element) {
+  const std::string made = p.newWrapper(element, kWrapperBytes<W>);
+  if (!element.empty()) p.deleteLocalRef(element);
+  return made;
+}
+inline std::string wrapElement(Prescription& p, const Ref& element) { return wrapElementOf<MDObject>(p, element); }
 std::string textElement(Prescription& p, const Ref& element);
 
-/// The elements of a collection, fetched by `size` and `get`; consumes it. Nothing when there is no array for them.
+/// The elements of a collection, fetched by `size` and `get`; consumes it. Nothing when there is no array for them;
+/// then `fewer` is 0, or what Java said when that is less.
 template <class Make>
-auto elementsOf(Prescription& p, const Ref& collection, Make make) {
+auto elementsOf(Prescription& p, const Ref& collection, Make make, int* fewer = nullptr) {
   std::optional<std::vector<decltype(make(p, collection))>> items;
   if (const Ref cls = p.getObjectClass(collection); !cls.empty()) {
     if (p.getMethod(cls, "size", "()I") && p.getMethod(cls, "get", "(I)Ljava/lang/Object;")) {
       const int count = p.callInt(collection, "size");
+      if (fewer != nullptr && count < 0) *fewer = count;
       if (count >= 1 && p.allocate(static_cast<std::size_t>(count) * sizeof(void*))) {
         items.emplace();
         for (int i = 0; i < count; ++i) items->push_back(make(p, p.callObject(collection, "get", i)));
@@ -164,8 +214,8 @@ class ClassRows {
   void wrapsSecond() { wrapsOneOfTwo(true); }
   void wrapsFirst() { wrapsOneOfTwo(false); }
 
-  /// The constructor that makes an object of the store, whose codes it gives.
-  void creates() {
+  /// The constructor that makes an object of the store, whose codes it gives, and on success sets the `defaults`.
+  void creates(void (*defaults)(Prescription&, const Wrapper&) = nullptr) {
     Row& row = add({constructorSymbol<W, ThreadContext&, jobject, int&, int&>(), "new",
                     [](Run& run) {
                       const jobject context = run.context();
@@ -176,10 +226,11 @@ class ClassRows {
                       run.codes(rc, sqlCode);
                       run.gives(made);
                     },
-                    [name = className_](Prescription& p) {
+                    [name = className_, defaults](Prescription& p) {
                       int rc = 0;
                       int sqlCode = 0;
                       const Wrapper made = createdBy(p, name, rc, sqlCode);
+                      if (rc == 0 && defaults != nullptr) defaults(p, made);
                       p.result(says::codes(rc, sqlCode));
                       p.result(says::gives(made));
                     }});
@@ -293,23 +344,32 @@ class ClassRows {
   /// An operation of the store without a result of its own.
   void persists(const std::string& name, int (W::*operation)(ThreadContext&, jobject, int&), const std::string& java,
                 const Records& records = {}) {
-    Row& row = add({symbolOf(name, operation), "",
-                    [this_ = *this, operation](Run& run) {
-                      W& target = run.template target<W>(this_.className_);
-                      const jobject context = run.context();
-                      int sqlCode = 78;
-                      int rc = 77;
-                      run.record([&] { rc = (target.*operation)(run.ctx, context, sqlCode); });
-                      run.codes(rc, sqlCode);
-                    },
-                    [java, records](Prescription& p) {
-                      int sqlCode = 0;
-                      if (records.trace != 0) p.traceEntry(records.trace);
-                      const int rc = storeVoid(p, p.target(), java, storeMethod("", "V"), sqlCode);
-                      logFailure(p, p.target(), records, rc, sqlCode);
-                      if (records.trace != 0) p.traceExit(records.trace, rc);
-                      p.result(says::codes(rc, sqlCode));
-                    }});
+    Row& row =
+        add({symbolOf(name, operation), "",
+             [this_ = *this, operation](Run& run) {
+               W& target = run.template target<W>(this_.className_);
+               const jobject context = run.context();
+               int sqlCode = 78;
+               int rc = 77;
+               run.record([&] { rc = (target.*operation)(run.ctx, context, sqlCode); });
+               run.codes(rc, sqlCode);
+             },
+             [java, records](Prescription& p) {
+               if (records.trace != 0) p.traceEntry(records.trace);
+               const Wrapper target = p.target();
+               int rc = -300;
+               int sqlCode = 0;
+               const Wrapper exception = p.exceptionObject();
+               if (target.live() && exception.live() && p.getMethod(target.objectClass, java, storeMethod("", "V"))) {
+                 p.callVoid(target.object, java, "context", exception.object);
+                 p.outcome(exception, rc, sqlCode);
+               }
+               if (records.logsBeforeTheEnd) logFailure(p, target, records, rc, sqlCode);
+               p.destroy(exception);
+               if (!records.logsBeforeTheEnd) logFailure(p, target, records, rc, sqlCode);
+               if (records.trace != 0) p.traceExit(records.trace, rc);
+               p.result(says::codes(rc, sqlCode));
+             }});
     long long key = 0x1234500000001;
     for (const std::string& getter : records.keys) row.answers.add(getter, key++);
     row.reports = true;
@@ -410,8 +470,9 @@ class ClassRows {
                       },
                       [name, elements, texts, emptyCode, records, keys...](Prescription& p) {
                         if (records.trace != 0) p.traceEntry(records.trace);
-                        const Listed list = storeList(p, p.target(), name, storeMethod(javaTypes<A...>(), kCollection),
-                                                      elements, texts ? textElement : wrapElement, emptyCode, keys...);
+                        const Listed list =
+                            storeList(p, p.target(), name, storeMethod(javaTypes<A...>(), kCollection), elements,
+                                      MakeElement(texts ? textElement : wrapElementOf<E>), emptyCode, keys...);
                         logFailure(p, p.target(), records, list.rc, list.sqlCode);
                         if (records.trace != 0) p.traceExit(records.trace, list.rc);
                         p.result(says::codes(list.rc, list.sqlCode));
@@ -476,6 +537,7 @@ class ClassRows {
     return result;
   }
 
+  static void logKeys(Prescription& /*p*/, const Records& /*records*/, int /*rc*/, int /*sqlCode*/) {}
   /// A record of failure whose third item is the first key.
   template <class... A>
   static void logKeys(Prescription& p, const Records& records, int rc, int sqlCode, long long key, A...) {
@@ -604,8 +666,10 @@ class ClassRows {
              p.line("ossWin32Lock8ReleaseInternal " + shown);
              p.result("free");
            }});
-      add({staticSymbol<W>("freeLock", freeLock), variant, with(freeLock),
-           [](Prescription& p) { p.result("no latch"); }});
+      add({staticSymbol<W>("freeLock", freeLock), variant, with(freeLock), [made](Prescription& p) {
+             if (made) p.line("delete latch");
+             p.result("no latch");
+           }});
     }
     add({staticSymbol<W>("lockAll", lockAll), "held by another",
          [&latch, lockAll](Run& run) {

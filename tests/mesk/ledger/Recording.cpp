@@ -471,7 +471,12 @@ void Recording::allocated(void* block, std::size_t bytes) {
   if (block != nullptr) blocks_.insert(block);
 }
 
-void Recording::deleted(void* block) { blocks_.erase(block); }
+void Recording::deleted(void* block) {
+  blocks_.erase(block);
+  if (given_.count(block) == 0) return;
+  addLine("delete " + nameOf(block));
+  forget(block);
+}
 
 jobject Recording::answered(jobject reference) {
   if (reference != nullptr) names_[reference] = "#" + std::to_string(++made_);

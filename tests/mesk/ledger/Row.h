@@ -37,14 +37,14 @@ class Run {
     return wrapper<W>(className, "target", setting.state);
   }
 
-  /// As `target`, made by `new`: the operation deletes it.
+  /// As `target`, or as `name`, made by `new`: the operation deletes it.
   template <class W>
-  W* released(const std::string& className) {
+  W* released(const std::string& className, const std::string& name = "target") {
     const jobject local = local_(className);
     W* const made = newWrapper<W>(ctx, local);
     ctx.env->DeleteLocalRef(local);
-    recording_.know(made->object, "target");
-    recording_.know(made->objectClass, "target.class");
+    recording_.know(made->object, name);
+    recording_.know(made->objectClass, name + ".class");
     if (setting.state == State::dead || setting.state == State::withoutObject) drop_(made->object);
     if (setting.state == State::dead || setting.state == State::withoutClass) drop_(made->objectClass);
     return made;

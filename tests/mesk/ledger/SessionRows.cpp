@@ -14,7 +14,6 @@ const std::string kPool = "com/orvik/kelvo/tools/conn/ConnectionPoolManager";
 
 constexpr std::uint32_t kConnect = 451412397;
 constexpr std::uint32_t kDisconnect = 451412398;
-constexpr std::uint32_t kCommit = 451412399;
 constexpr std::uint32_t kMarked = 451412400;
 constexpr std::uint32_t kUnmarked = 451412401;
 
@@ -105,21 +104,6 @@ int disconnect(Prescription& p, const Ref& context, int& sqlCode) {
   p.traceExit(kDisconnect, rc);
   p.destroy(exception);
   return rc;
-}
-
-/// "rollback" and its like, within the exception object's life.
-void callSession(Prescription& p, const Wrapper& exception, const std::string& method, int& rc, int& sqlCode) {
-  bool called = false;
-  if (!exception.live()) return;
-  const Ref cls = p.findClass(kUtility);
-  if (cls.empty()) return;
-  if (p.getStaticMethod(cls, method, storeMethod("", "V"))) {
-    p.callStaticVoid(cls, method, "context", exception.object);
-    rc = p.returnCode(exception);
-    called = true;
-  }
-  p.deleteLocalRef(cls);
-  if (called && rc != 0) sqlCode = p.nestedCode(exception);
 }
 
 const std::array<Four, 3> kConnections = {
@@ -255,17 +239,6 @@ void addSession(Rows& rows) {
                                }});
   rollback.reports = true;
 
-  const auto commits = [](Prescription& p, int& sqlCode) {
-    int rc = -300;
-    sqlCode = 0;
-    const Wrapper exception = p.exceptionObject();
-    p.traceEntry(kCommit);
-    callSession(p, exception, "commit", rc, sqlCode);
-    if (rc != 0) p.log(0x10080126, 10, {integer(rc), integer(sqlCode)});
-    p.traceExit(kCommit, rc);
-    p.destroy(exception);
-    return rc;
-  };
   using CommitWithCode = int (*)(ThreadContext&, jobject, int&);
   using Commit = int (*)(ThreadContext&, jobject);
   Row& commitWithCode =
@@ -277,9 +250,9 @@ void addSession(Rows& rows) {
                      run.record([&] { rc = MDUtility::commit(run.ctx, context, sqlCode); });
                      run.codes(rc, sqlCode);
                    },
-                   [commits](Prescription& p) {
+                   [](Prescription& p) {
                      int sqlCode = 0;
-                     const int rc = commits(p, sqlCode);
+                     const int rc = committed(p, sqlCode);
                      p.result(says::codes(rc, sqlCode));
                    }});
   commitWithCode.reports = true;
@@ -290,9 +263,9 @@ void addSession(Rows& rows) {
                                run.record([&] { rc = MDUtility::commit(run.ctx, context); });
                                run.answer(rc);
                              },
-                             [commits](Prescription& p) {
+                             [](Prescription& p) {
                                int unused = 0;
-                               p.result(says::answer(commits(p, unused)));
+                               p.result(says::answer(committed(p, unused)));
                              }});
   commit.reports = true;
 }

@@ -8,47 +8,6 @@ namespace {
 
 constexpr long long kMillis = 1'700'000'000'123;
 
-/// An object of a class of Java's own, made by its constructor with `arguments`.
-template <class... A>
-Wrapper newObjectOf(Prescription& p, const std::string& className, const std::string& signature, A... arguments) {
-  Wrapper made;
-  const Ref cls = p.findClass(className);
-  if (cls.empty()) return made;
-  made.objectClass = p.newGlobalRef(cls);
-  p.deleteLocalRef(cls);
-  if (made.objectClass.empty() || !p.getMethod(made.objectClass, "<init>", signature)) return made;
-  const Ref object = p.newObject(made.objectClass, arguments...);
-  if (object.empty()) return made;
-  made.object = p.newGlobalRef(object);
-  p.deleteLocalRef(object);
-  return made;
-}
-
-Wrapper newFormat(Prescription& p, const std::string& pattern) {
-  Wrapper made;
-  const Ref cls = p.findClass("java/text/SimpleDateFormat");
-  if (cls.empty()) return made;
-  made.objectClass = p.newGlobalRef(cls);
-  p.deleteLocalRef(cls);
-  if (made.objectClass.empty() || !p.getMethod(made.objectClass, "<init>", "(Ljava/lang/String;)V")) return made;
-  const Ref text = p.stringToJava(pattern);
-  if (const Ref object = p.newObject(made.objectClass, text); !object.empty()) {
-    made.object = p.newGlobalRef(object);
-    p.deleteLocalRef(object);
-  }
-  if (!text.empty()) p.deleteLocalRef(text);
-  return made;
-}
-
-std::string formatted(Prescription& p, const Wrapper& format, const Wrapper& date) {
-  Ref text;
-  if (format.live() && date.live() &&
-      p.getMethod(format.objectClass, "format", "(Ljava/util/Date;)Ljava/lang/String;")) {
-    text = p.callObject(format.object, "format", date.object);
-  }
-  return p.stringFromJava(text);
-}
-
 template <class W, class... A>
 void addConstruction(ClassRows<W>& of, const std::string& variant, std::function<void(Prescription&)> prescribe,
                      A... arguments) {
@@ -177,34 +136,16 @@ void addFormatRows(Rows& rows) {
   }
   for (const char* const text : {"20231114", "", static_cast<const char*>(nullptr)}) {
     for (const bool none : {false, true}) {
-      Row& row = format.add({symbolOf("parse", &SimpleDateFormat::parse),
-                             std::string(text == nullptr ? "null" : text) + (none ? " is no date" : " is a date"),
-                             [text](Run& run) {
-                               auto& target = run.target<SimpleDateFormat>("java/text/SimpleDateFormat");
-                               long long answer = 77;
-                               run.record([&] { answer = target.parse(run.ctx, text); });
-                               run.answer(answer);
-                             },
-                             [text](Prescription& p) {
-                               const Wrapper target = p.target();
-                               long long answer = 0;
-                               if (target.live()) {
-                                 const Ref javaText = p.stringToJava(text == nullptr ? "" : text);
-                                 Ref date;
-                                 if (p.getMethod(target.objectClass, "parse", "(Ljava/lang/String;)Ljava/util/Date;")) {
-                                   date = p.callObject(target.object, "parse", javaText);
-                                 }
-                                 if (!date.empty()) {
-                                   if (const Ref cls = p.findClass("java/util/Date"); !cls.empty()) {
-                                     if (p.getMethod(cls, "getTime", "()J")) answer = p.callLong(date, "getTime");
-                                     p.deleteLocalRef(cls);
-                                   }
-                                   p.deleteLocalRef(date);
-                                 }
-                                 if (!javaText.empty()) p.deleteLocalRef(javaText);
-                               }
-                               p.result(says::answer(answer));
-                             }});
+      Row& row = format.add(
+          {symbolOf("parse", &SimpleDateFormat::parse),
+           std::string(text == nullptr ? "null" : text) + (none ? " is no date" : " is a date"),
+           [text](Run& run) {
+             auto& target = run.target<SimpleDateFormat>("java/text/SimpleDateFormat");
+             long long answer = 77;
+             run.record([&] { answer = target.parse(run.ctx, text); });
+             run.answer(answer);
+           },
+           [text](Prescription& p) { p.result(says::answer(parsed(p, p.target(), text == nullptr ? "" : text))); }});
       if (!none) row.answers.add("parse", Object{"java/util/Date"});
       row.answers.add("getTime", kMillis);
       row.states = kEveryState;
