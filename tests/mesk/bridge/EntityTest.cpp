@@ -123,6 +123,15 @@ TEST_F(EntityTest, AFailureGivesTheStoresCodeAndTheNestedCode) {
   EXPECT_EQ(script.count("MDUtility.getNestedIntSQLState(exception)"), 0);
 }
 
+TEST_F(EntityTest, OnlyZeroIsSuccess) {
+  Rule rule(ctx, newFake("MDScheduleEvent"));
+  for (const int code : {1, -1, 30013, 30014}) {
+    script.reset();
+    script.on("MDScheduleEvent.insert").code(code);
+    EXPECT_EQ(rule.persist(ctx, "insert", context, sqlCode), code);
+  }
+}
+
 TEST_F(EntityTest, ANestedCodeThatTheStoreDidNotSetIsZero) {
   Rule rule(ctx, newFake("MDScheduleEvent"));
   script.on("MDScheduleEvent.insert").code(30012);

@@ -538,6 +538,11 @@ TEST_F(MDTaskExecListTest, GetNewJobIDIsTheStoresNextKeyWhateverTheListHolds) {
             (Lines{"new MDTaskExec(context, exception)", "MDTaskExec.getReferenceID(context, exception)"}));
 }
 
+TEST_F(MDTaskExecListTest, TheFirstKeyOfAllIsOne) {
+  script.on("MDTaskExec.getReferenceID").returnsLong(1);
+  EXPECT_EQ(list.getNewJobID(context, 0), 1);
+}
+
 TEST_F(MDTaskExecListTest, GetNewJobIDBelowOneOrWithoutARecordIsMinusOne) {
   for (const long long key : {0LL, -1LL, -500LL}) {
     script.reset();
@@ -688,6 +693,36 @@ TEST_F(MDTaskExecListTest, WhatChangesOrDecidesIsTracedWithAnIdentifierOfItsOwn)
   again.release();  // `entry` owns it
   EXPECT_EQ(traced([&] { list.deleteAll(0); }), (Lines{"entry 0x1AE80127", "exit 0x1AE80127 0"}));
   EXPECT_EQ(traced([&] { list.getNewJobID(context, 0); }), (Lines{"entry 0x1AE80128", "exit 0x1AE80128 -1"}));
+  script.on("MDTaskExec.getReferenceID").returnsLong(5);
+  EXPECT_EQ(traced([&] { list.getNewJobID(context, 0); }), (Lines{"entry 0x1AE80128", "exit 0x1AE80128 0"}));
+}
+
+TEST_F(MDTaskExecListTest, WhereNobodyIsQueuedTheTraceSaysZero) {
+  list.add(newEntry(1, at(9), 5), 0);
+  {
+    const TraceCapture trace;
+    EXPECT_EQ(list.firstScheduled(0), nullptr);
+    EXPECT_EQ(trace.lines(), (Lines{"entry 0x1AE80124", "exit 0x1AE80124 0"}));
+  }
+  const TraceCapture trace;
+  list.sort(0);
+  EXPECT_EQ(trace.lines(), (Lines{"entry 0x1AE80123", "entry 0x1AE80124", "exit 0x1AE80124 0", "data 0x1AE80123/20 0",
+                                  "exit 0x1AE80123 0"}));
+}
+
+TEST_F(MDTaskExecListTest, InsertNextExecTracesThatItWasAskedForNothingAndThatItWentWell) {
+  const Entry previous(newEntry(7, at(9)));
+  SCTimestamp start(ctx, at(12));
+  {
+    const TraceCapture trace;
+    EXPECT_EQ(list.insertNextExec(ctx, context, nullptr, &start, 0), nullptr);
+    EXPECT_EQ(trace.lines(), (Lines{"entry 0x1AE80129", "error 0x1AE80129/20 -300", "exit 0x1AE80129 -1"}));
+  }
+  script.on("MDTaskExec.getReferenceID").returnsLong(8);
+  const TraceCapture trace;
+  const Entry next(list.insertNextExec(ctx, context, previous.get(), &start, 0));
+  EXPECT_NE(next, nullptr);
+  EXPECT_EQ(trace.lines(), (Lines{"entry 0x1AE80129", "exit 0x1AE80129 0"}));
 }
 
 }  // namespace

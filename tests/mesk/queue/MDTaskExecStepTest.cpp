@@ -5,6 +5,8 @@
 #include <mesk/tasks/MDTask.h>
 #include <mesk/values/SCTimestamp.h>
 
+#include <algorithm>
+
 namespace mesk::test {
 namespace {
 
@@ -62,6 +64,16 @@ TEST_F(MDTaskExecStepTest, AStepHasItsKeysStatusThreeAndNoScheduleRule) {
   EXPECT_EQ(step->getTaskHistoryID(ctx), -1);
   EXPECT_EQ(takenTime(ctx, step->getNextStartDateTime(ctx)), at(9));
   EXPECT_EQ(takenTime(ctx, step->getStartTime(ctx)), at(9));
+}
+
+TEST_F(MDTaskExecStepTest, ThatAStepsStartIsNotTheRealOneIsSaidBehindItsStart) {
+  EXPECT_EQ(newStep(nullptr), 0);
+  const Lines said = script.properties();
+  const auto last = [&](const char* beginning) {
+    return std::find_if(said.rbegin(), said.rend(), [&](const auto& call) { return call.starts_with(beginning); });
+  };
+  ASSERT_NE(last("MDTaskExec.setStartTime("), said.rend());
+  EXPECT_LT(last("MDTaskExec.setIsRealStartTime(0)"), last("MDTaskExec.setStartTime("));
 }
 
 TEST_F(MDTaskExecStepTest, TheTaskIsMarkedAsRunningStoredAndCommittedAndTheStepIsNot) {

@@ -477,6 +477,16 @@ TEST_F(MDTaskExecTest, EachRecordHasALatchOfItsOwn) {
   exec.unlock();
 }
 
+TEST_F(MDTaskExecTest, LockTakesTheLatchAndUnlockGivesItBack) {
+  const LatchCount latches;
+  exec.lock();
+  EXPECT_EQ(latches.taken(), 1);
+  EXPECT_EQ(latches.released(), 0);
+  exec.unlock();
+  EXPECT_EQ(latches.taken(), 1);
+  EXPECT_EQ(latches.released(), 1);
+}
+
 TEST_F(MDTaskExecTest, TheLatchOfARecordKeepsOthersOut) {
   constexpr int kRounds = 5000;
   int counted = 0;
