@@ -198,8 +198,8 @@ std::size_t FakeJava::count(bool global) const {
 namespace mesk {
 
 MeskJVM* MeskJVM::getInstance() {
-  static MeskJVM instance;
-  return &instance;
+  static MeskJVM fake;
+  return &fake;
 }
 
 JavaVM* MeskJVM::getJVM() {
