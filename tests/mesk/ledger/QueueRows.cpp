@@ -134,6 +134,14 @@ void copied(Prescription& p, const Wrapper& to, const Wrapper& from) {
   if (!password.empty()) p.deleteLocalRef(password);
 }
 
+/// So many calls of the store go well, and the next does not. None: all have the setting's code.
+void failAfter(int goodCodes, Row& row) {
+  if (goodCodes == 0) return;
+  for (int i = 0; i < goodCodes; ++i) row.answers.add("getRC", 0LL);
+  row.answers.add("getRC", 4711LL);
+  row.answers.add("getNestedSQLCode", -803LL);
+}
+
 /// What Java answers of a record that is copied.
 void answerAsExec(Answers& answers, bool full) {
   answers.add("getTaskExecID", kExecID);
@@ -459,7 +467,7 @@ struct NextCase {
   bool fromGiven = false;
   int status = 0;
   bool original = true;  ///< the record has an original schedule time
-  int goodCodes = 0;     ///< how many calls of the store go well before one has the setting's code
+  int goodCodes = 0;     ///< how many calls of the store go well before one fails; 0 for the setting's code in all
   State home = State::live;
   bool found = true;  ///< the store has what is asked for
 };
@@ -496,7 +504,7 @@ void addNextScheduleTime(ClassRows<MDTaskExec>& exec) {
                   [next](Prescription& p) {
                     p.result(says::gives(nextScheduleTime(p, next.rule, next.home, next.fromGiven)));
                   }});
-    for (int i = 0; i < next.goodCodes; ++i) row.answers.add("getRC", 0LL);
+    failAfter(next.goodCodes, row);
     row.answers.add("getTaskID", kTaskID);
     row.answers.add("getSuffix", static_cast<long long>(kSuffix));
     row.answers.add("getStatus", static_cast<long long>(next.status));
@@ -509,7 +517,7 @@ void addNextScheduleTime(ClassRows<MDTaskExec>& exec) {
       }
     }
     answerAs(next.rule, row.answers);
-    row.reports = true;
+    row.reports = next.goodCodes == 0;
     row.states = kEveryState;
   }
 }
@@ -1289,7 +1297,7 @@ std::string nextExec(Prescription& p, const Wrapper& previous, const Wrapper& st
 
 struct NextExecCase {
   const char* name;
-  int goodCodes = 0;  ///< how many calls of the store go well before one has the setting's code
+  int goodCodes = 0;  ///< how many calls of the store go well before one fails; 0 for the setting's code in all
   State previous = State::live;
   State start = State::live;
   bool null = false;  ///< no previous and no start at all
@@ -1333,10 +1341,10 @@ void addNextExec(Rows& rows) {
                       p.result(says::gives(made));
                     }});
     Row& row = rows.back();
-    for (int i = 0; i < next.goodCodes; ++i) row.answers.add("getRC", 0LL);
+    failAfter(next.goodCodes, row);
     row.answers.add("getReferenceID", next.key);
     answerAsExec(row.answers, true);
-    row.reports = true;
+    row.reports = next.goodCodes == 0;
   }
 }
 
@@ -1511,7 +1519,7 @@ struct StepCase {
   long long runNow = 1;
   bool full = true;   ///< the parent has user, password and parameters
   int entries = 0;    ///< of the queue
-  int goodCodes = 0;  ///< how many calls of the store go well before one has the setting's code
+  int goodCodes = 0;  ///< how many calls of the store go well before one fails; 0 for the setting's code in all
   bool found = true;  ///< the store has the task
 };
 
@@ -1640,7 +1648,7 @@ void addNewStep(Rows& rows) {
                       p.result("free");
                     }});
     Row& row = rows.back();
-    for (int i = 0; i < c.goodCodes; ++i) row.answers.add("getRC", 0LL);
+    failAfter(c.goodCodes, row);
     row.answers.add("getStartedByRunNow", c.runNow);
     if (c.full) {
       row.answers.add("getUserID", Text{"joe"});
@@ -1656,7 +1664,7 @@ void addNewStep(Rows& rows) {
     row.answers.add("getSuffix", static_cast<long long>(kSuffix));
     row.answers.add("getState", 2LL);
     row.answers.add("getNextStartDateTime", Object{kTimestampClass});
-    row.reports = true;
+    row.reports = c.goodCodes == 0;
   }
 }
 
