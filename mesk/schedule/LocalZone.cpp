@@ -64,11 +64,11 @@ time64 newYear(time64 year) { return daysFromCivil(year, 0, 1) * kDay; }
 constexpr std::array<int, 12> kDaysBeforeMonth = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
 constexpr std::array<int, 12> kDaysOfMonth = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
-/// Whether the fields are as a conversion would leave them. A leap day need not count as such.
+/// Whether the fields are as a conversion would leave them, the seconds apart. A leap day need not count as such.
 bool isNormal(const std::tm& local) {
   return local.tm_mon >= 0 && local.tm_mon < 12 && local.tm_mday >= 1 &&
          local.tm_mday <= kDaysOfMonth[static_cast<std::size_t>(local.tm_mon)] && local.tm_hour >= 0 &&
-         local.tm_hour < 24 && local.tm_min >= 0 && local.tm_min < 60 && local.tm_sec >= 0 && local.tm_sec < 60;
+         local.tm_hour < 24 && local.tm_min >= 0 && local.tm_min < 60;
 }
 
 /// Sets what follows from a date, the `days`-th since 1970.

@@ -82,13 +82,13 @@ class Times {
 };
 
 TEST(LocalZoneTest, EveryZoneOfTheSystemIsATableThatTellsEveryLocalTime) {
-  const unsigned seedValue = seed();
+  unsigned seedValue = seed();
   const std::vector<std::string> zones = differentZones();
   for (const std::string& zone : zones) {
     const InZone inZone(zone.c_str());
     const LocalZone* const table = LocalZone::inForce();
     ASSERT_NE(table, nullptr) << zone;
-    Times times(seedValue, zone);
+    Times times(seedValue++, zone);
     ZoneTime byTable(*table, 0);
     for (int i = 0; i < 40; ++i) {
       const time64 time = times.next();
@@ -109,12 +109,12 @@ TEST(LocalZoneTest, EveryZoneOfTheSystemIsATableThatTellsEveryLocalTime) {
 }
 
 TEST(LocalZoneTest, EveryZoneOfTheSystemConvertsAsTheCLibraryWhateverTheFieldsAndTheFlag) {
-  const unsigned seedValue = seed();
+  unsigned seedValue = seed();
   for (const std::string& zone : differentZones()) {
     const InZone inZone(zone.c_str());
     const LocalZone* const table = LocalZone::inForce();
     ASSERT_NE(table, nullptr) << zone;
-    Times times(seedValue, zone);
+    Times times(seedValue++, zone);
     for (int i = 0; i < 5; ++i) {
       const time64 reference = times.next();
       std::tm own = localTime(reference);
@@ -125,10 +125,27 @@ TEST(LocalZoneTest, EveryZoneOfTheSystemConvertsAsTheCLibraryWhateverTheFieldsAn
       for (int step = 0; step < 4; ++step) {
         own = localTime(times.next());
         own.tm_isdst = times.number(0, 1);
-        if (times.number(0, 2) == 0) own.tm_mon += times.number(-30, 30);
-        if (times.number(0, 2) == 0) own.tm_mday += times.number(-400, 400);
-        if (times.number(0, 2) == 0) own.tm_hour += times.number(-100, 100);
-        if (times.number(0, 2) == 0) own.tm_min += times.number(-2000, 2000);
+        if (times.number(0, 4) == 0) own.tm_mon += times.number(-30, 30);
+        if (times.number(0, 4) == 0) own.tm_mday += times.number(-400, 400);
+        if (times.number(0, 4) == 0) own.tm_hour += times.number(-100, 100);
+        if (times.number(0, 4) == 0) own.tm_min += times.number(-2000, 2000);
+        // The first and the last value of a field, and what is just beyond.
+        switch (times.number(0, 7)) {
+          case 0:
+            own.tm_mon = times.number(0, 1) * 12 + times.number(-1, 1);
+            break;
+          case 1:
+            own.tm_mday = times.number(0, 1) * 31 + times.number(-2, 1);
+            break;
+          case 2:
+            own.tm_hour = times.number(0, 1) * 24 + times.number(-1, 1);
+            break;
+          case 3:
+            own.tm_min = times.number(0, 1) * 60 + times.number(-1, 1);
+            break;
+          default:
+            break;
+        }
         library = own;
         const std::string asked = fields(own);
         time64 time = 0;
