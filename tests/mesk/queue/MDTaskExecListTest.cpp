@@ -622,9 +622,11 @@ TEST_F(MDTaskExecListTest, InsertNextExecWithoutMemoryForTheRecordIsNull) {
   const Entry previous(newEntry(7, at(9)));
   SCTimestamp start(ctx, at(12));
   script.on("MDTaskExec.getReferenceID").returnsLong(8);
+  const TraceCapture trace;
   const AllocationFault fault(AllocationFault::kNew, 1);
   EXPECT_EQ(list.insertNextExec(ctx, context, previous.get(), &start, 0), nullptr);
   EXPECT_EQ(script.count("MDTaskExec.insert(context, exception)"), 0);
+  EXPECT_EQ(trace.lines(), (Lines{"entry 0x1AE80129", "error 0x1AE80129/40 -300", "exit 0x1AE80129 -1"}));
 }
 
 // Printing.
