@@ -174,6 +174,8 @@ TEST(LocalZoneTest, WhatARuleMaySayIsATable) {
       "<A12>-24<+-0>,M3.5.0,M10.5.0",
       "AAA+3BBB+2,M4.1.0,M9.5.0",
       ":AAA3BBB,M4.1.0,M9.5.0",
+      "AAA5:00:00BBB4:00:30,M4.1.0,M9.5.0",
+      ":Europe/Berlin",
   };
   for (const char* const rule : rules) {
     const InZone inZone(rule);
