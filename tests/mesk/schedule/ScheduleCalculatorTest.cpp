@@ -315,6 +315,20 @@ TEST(ComputeNextTimeTest, AStepBeyondTheLastYearEndsWithAnError) {
   }
 }
 
+TEST(ComputeNextTimeTest, TheLastYearItselfCanBeReached) {
+  const InZone zone("UTC");
+  std::tm end{};
+  end.tm_year = INT_MAX;
+  end.tm_mday = 1;
+  const time64 last = ::timegm(&end);
+  end = {};
+  end.tm_year = INT_MAX - 1;
+  end.tm_mday = 1;
+  const Outcome outcome = computed(Rule(kEveryYears, 1), 0, ::timegm(&end), 0);
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.time, last);
+}
+
 TEST(ComputeNextTimeTest, RecurringIsNotRead) {
   const InZone zone("UTC");
   for (const int recurring : {0, 1}) {

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -173,6 +174,15 @@ TEST_F(ScheduleTraceTest, AMoveThatFailsInItsFirstPhaseIsToldAtItsProbe10) {
     ASSERT_EQ(errors.size(), 1u);
     expectTime(errors[0], row.year, row.month, row.day, 23, 59, 59);
   }
+}
+
+TEST_F(ScheduleTraceTest, AYearThatCannotBeCountedIsToldAtProbe10) {
+  std::tm last{};
+  last.tm_year = std::numeric_limits<int>::max();
+  last.tm_mday = 1;
+  computed(Rule(kEveryYears, 1), 0, ::timegm(&last), 0);
+  EXPECT_EQ(told, (Lines{"enter 1AE80186", "enter 1AE8018A", "error 1AE8018A probe 10", "leave 1AE8018A -301",
+                         "leave 1AE80186 -301"}));
 }
 
 TEST_F(ScheduleTraceTest, AMonthMoveThatFailsInItsFirstPhaseIsToldAtItsProbe10) {
