@@ -50,9 +50,10 @@ struct Code {
 };
 
 /// Codes that mean something to some operation, one that means nothing, and one at random.
-std::vector<Code> codes(bool reports) {
-  if (!reports) return {{0, 0, 0}};
-  static std::mt19937 random(seed());
+std::vector<Code> codes(const Row& row) {
+  if (!row.reports) return {{0, 0, 0}};
+  // Each row has numbers of its own: a row alone meets the same as among all.
+  std::mt19937 random(seed() ^ static_cast<unsigned>(std::hash<std::string>()(row.symbol + row.variant)));
   return {{0, -99, 99},       {4711, -803, 23505},
           {30012, 0, 0},      {30013, 100, 2000},
           {30014, 100, 2000}, {30016, -1, 1},
@@ -111,7 +112,7 @@ std::vector<std::string> differences(const Row& row, ThreadContext& ctx) {
   std::vector<std::string> found;
   unsigned long played = 0;
   for (const State state : row.states) {
-    for (const Code& code : codes(row.reports)) {
+    for (const Code& code : codes(row)) {
       for (const bool traced : {false, true}) {
         // As many as there are when nothing fails: up to its own failure each turn is like that one.
         unsigned faults = 0;
@@ -270,7 +271,8 @@ TEST_F(WrongRowTest, AWrongRecordIsFound) {
 
 TEST_F(WrongRowTest, ATraceThatIsWrittenWhileItIsOffIsFound) {
   const std::int32_t code = 0;
-  const Row wrong = commit([&](Run& run) { run.record([&] { _gtraceExit(ossThreadID(), 1, &code, 0); }); });
+  const Row wrong = commit([&](Run& run) { run.record([&] { _gtraceExit(ossThreadID(), 1, &code, 0); }); },
+                           [](Prescription& p) { p.traceExit(1, 0); });
   expectFound(wrong, "trace exit 0x00000001");
 }
 

@@ -392,7 +392,9 @@ Recording::Recording(JNIEnv* env, const Setting& setting, Answers answers)
   vmTable_.DetachCurrentThread = Functions::detach;
   recording = this;
   setLogSink(takeLog, nullptr);
-  setTraceSink(setting.traced ? takeTrace : nullptr, nullptr);
+  setTraceSink(takeTrace, nullptr);
+  // A record that is written all the same is seen.
+  if (!setting.traced) g_pGTCB->traceOn = 0;
 }
 
 Recording::~Recording() {
