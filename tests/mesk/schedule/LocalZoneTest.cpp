@@ -340,6 +340,28 @@ std::string berlin() {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+/// Where the part with 64-bit times begins: a header of 44 bytes, so many times and numbers of kinds, the kinds of six
+/// bytes, and what follows them.
+std::size_t longPart(const std::string& file) { return file.find("TZif", 4); }
+
+std::size_t longKinds(const std::string& file) {
+  const std::size_t counts = longPart(file) + 20;
+  const auto times = static_cast<std::size_t>(static_cast<unsigned char>(file[counts + 14])) << 8U |
+                     static_cast<unsigned char>(file[counts + 15]);
+  return longPart(file) + 44 + times * 9;
+}
+
+/// The zone that `content` makes is a table, and the C library's own.
+void expectTable(const OwnZones& zones, const char* name, const std::string& content) {
+  zones.write(name, content);
+  const InZone inZone(name);
+  const LocalZone* const table = LocalZone::inForce();
+  ASSERT_NE(table, nullptr) << name;
+  for (time64 time = at("1850-01-01 00:00:00"); time < at("2150-01-01 00:00:00"); time += 30 * kDay) {
+    ASSERT_EQ(table->at(time).offset, localTime(time).tm_gmtoff) << name << ' ' << time;
+  }
+}
+
 TEST(LocalZoneTest, ZonesAreReadFromTheFolderThatTheEnvironmentNames) {
   const OwnZones zones;
   zones.write("Own", berlin());
@@ -347,6 +369,40 @@ TEST(LocalZoneTest, ZonesAreReadFromTheFolderThatTheEnvironmentNames) {
   const LocalZone* const table = LocalZone::inForce();
   ASSERT_NE(table, nullptr);
   EXPECT_EQ(table->at(at("2024-07-01 00:00:00")).offset, 7200);
+}
+
+TEST(LocalZoneTest, AFileWithNothingInItsPartOfShortTimesIsATable) {
+  const OwnZones zones;
+  std::string shortPart = "TZif2" + std::string(15 + 6 * 4 + 7, '\0');
+  shortPart[20 + 19] = 1;  // one kind
+  shortPart[20 + 23] = 1;  // of a name that is empty
+  const std::string whole = berlin();
+  expectTable(zones, "NoShortTimes", shortPart + whole.substr(longPart(whole)));
+}
+
+TEST(LocalZoneTest, BeforeItsFirstChangeAZoneHasTheFirstKindThatIsNoDaylightSaving) {
+  const OwnZones zones;
+  std::string file = berlin();
+  ASSERT_EQ(file[longKinds(file) + 4], 0);
+  file[longKinds(file) + 4] = 1;
+  expectTable(zones, "FirstKindIsSummer", file);
+}
+
+TEST(LocalZoneTest, AFileWithoutARuleKeepsToItsLastChange) {
+  const OwnZones zones;
+  const std::string whole = berlin();
+  expectTable(zones, "NoRule", whole.substr(0, whole.rfind('\n', whole.size() - 2)) + "\n\n");
+  const InZone inZone("NoRule");
+  const LocalZone* const table = LocalZone::inForce();
+  ASSERT_NE(table, nullptr);
+  EXPECT_EQ(table->at(at("2050-07-01 00:00:00")).offset, 3600);
+}
+
+TEST(LocalZoneTest, AFileThatEndsBeforeTheSizeThatItTellsIsNoTable) {
+  const char* const file = "/sys/kernel/uevent_seqnum";
+  ASSERT_GT(std::filesystem::file_size(file), 1000U) << "and what is in it is one number";
+  const InZone inZone(file);
+  EXPECT_EQ(LocalZone::inForce(), nullptr);
 }
 
 TEST(LocalZoneTest, AFileThatIsCutShortIsNeverATableOfItsOwn) {
