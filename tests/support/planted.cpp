@@ -116,12 +116,6 @@ int pendingException() {
   return 0;
 }
 
-int tooManyReferences() {
-  JNIEnv* const env = attached();
-  for (int i = 0; i < 100; ++i) env->NewStringUTF("one more");
-  return 0;
-}
-
 int freedReference() {
   JNIEnv* const env = attached();
   jstring const text = env->NewStringUTF("nightly");
@@ -145,7 +139,6 @@ constexpr struct {
                {"race-beside-java", raceBesideJava},
                {"unchecked-exception", uncheckedException},
                {"pending-exception", pendingException},
-               {"too-many-references", tooManyReferences},
                {"freed-reference", freedReference}};
 
 }  // namespace
