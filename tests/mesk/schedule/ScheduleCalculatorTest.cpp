@@ -358,5 +358,30 @@ TEST(ComputeNextTimeTest, ARefusedEndDaySwitchesTheEndOff) {
   EXPECT_EQ(computed(rule, at("2024-05-10 12:00:00"), at("2024-05-10 08:00:00"), 0).code, 0);
 }
 
+TEST(ScheduleCalculatorTest, AnniversariesOfALeapDayAreTheFirstOfMarchForGoodOnceAYearWithoutItIsMet) {
+  const InZone inZone("UTC");
+  const Rule rule = Rule(kEveryYears, 4).start("2016-02-29 12:00:00");
+  const Outcome before = computed(rule, at("2090-01-01 00:00:00"), at("2016-02-29 12:00:00"), 0);
+  EXPECT_EQ(shown(before.time), shown(at("2092-02-29 12:00:00")));
+  // 2100 has none.
+  const Outcome after = computed(rule, at("2106-01-01 00:00:00"), at("2016-02-29 12:00:00"), 0);
+  EXPECT_EQ(after.code, 0);
+  EXPECT_EQ(shown(after.time), shown(at("2108-03-01 12:00:00")));
+}
+
+TEST(ScheduleCalculatorTest, ADetailThatIsNoWeekdayFailsInTheFirstMonthThatLacksItsDay) {
+  const InZone inZone("UTC");
+  // Detail 0 is a day of the month where the 1st is a Friday, a Saturday or a Sunday: in March and May of 2026, not in
+  // April.
+  const Rule rule = Rule(kMonthsOnNthWeekday, 1, 0).start("2026-03-01 12:00:00");
+  EXPECT_EQ(computed(rule, at("2026-02-27 00:00:00"), at("2026-03-01 12:00:00"), 1).code, 0);
+  EXPECT_EQ(computed(rule, at("2026-03-10 00:00:00"), at("2026-03-01 12:00:00"), 0).code, kNotConvertible);
+  EXPECT_EQ(computed(rule, at("2030-12-10 00:00:00"), at("2026-03-01 12:00:00"), 0).code, kNotConvertible);
+  // Every other month leads from March to May, and on to July, whose 1st is a Wednesday.
+  const Rule everyOther = Rule(kMonthsOnNthWeekday, 2, 0).start("2026-03-01 12:00:00");
+  EXPECT_EQ(computed(everyOther, at("2026-03-10 00:00:00"), at("2026-03-01 12:00:00"), 0).code, 0);
+  EXPECT_EQ(computed(everyOther, at("2030-12-10 00:00:00"), at("2026-03-01 12:00:00"), 0).code, kNotConvertible);
+}
+
 }  // namespace
 }  // namespace mesk
