@@ -254,5 +254,19 @@ TEST_F(ScheduleTraceTest, ADaySearchThatCannotReachTheMonthIsToldAtProbe20) {
   expectTime(errors[0], 2024, 5, 15, 12, 0, 0);
 }
 
+TEST_F(ScheduleTraceTest, ARuleWithoutAUnitFailsAtItsSecondStep) {
+  ScheduleCalculator rule = Rule(kEveryMinutes, 1);
+  rule.intervalUnit = 0;
+  computed(rule, at("2024-05-10 13:00:00"), at("2024-05-10 12:00:00"), 0);
+  EXPECT_EQ(told, (Lines{"enter 1AE80186", "error 1AE80186 probe 20", "leave 1AE80186 -301"}));
+}
+
+TEST_F(ScheduleTraceTest, AMonthThatLacksTheDayOfItsDetailFailsInTheSearch) {
+  // Detail 0 lies before the 1st where that is a Wednesday.
+  computed(Rule(kMonthsOnNthWeekday, 1, 0), at("2026-04-01 00:00:00"), at("2026-04-01 12:00:00"), 0);
+  EXPECT_EQ(told, (Lines{"enter 1AE80186", "enter 1AE80189", "error 1AE80189 probe 20", "leave 1AE80189 -301",
+                         "leave 1AE80186 -301"}));
+}
+
 }  // namespace
 }  // namespace mesk
