@@ -616,8 +616,9 @@ void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return a
 void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return allocate(bytes); }
 void operator delete(void* block) noexcept { release(block); }
 void operator delete[](void* block) noexcept { release(block); }
-void operator delete(void* block, std::size_t) noexcept { release(block); }
-void operator delete[](void* block, std::size_t) noexcept { release(block); }
+// Visible to the C++ library also where the compiler takes them for functions of the program's own.
+__attribute__((visibility("default"))) void operator delete(void* block, std::size_t) noexcept { release(block); }
+__attribute__((visibility("default"))) void operator delete[](void* block, std::size_t) noexcept { release(block); }
 void operator delete(void* block, const std::nothrow_t&) noexcept { release(block); }
 void operator delete[](void* block, const std::nothrow_t&) noexcept { release(block); }
 
